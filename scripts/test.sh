@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Sets the machine up, builds everything and runs every test: the normal build
+# (all layers, UI tests on Qt's offscreen platform), then the headless layers
+# again under AddressSanitizer + UndefinedBehaviorSanitizer, and the model
+# tests under ThreadSanitizer.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+./scripts/setup.sh
+
+jobs=$(nproc)
+export QT_QPA_PLATFORM=offscreen
+
+echo "== build and test (all layers)"
+./scripts/build.sh build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+ctest --test-dir build --output-on-failure --parallel "$jobs"
+
+echo "== headless layers under AddressSanitizer + UndefinedBehaviorSanitizer"
+./scripts/build.sh build-asan -DCMAKE_BUILD_TYPE=Debug -DKELVANE_BUILD_UI=OFF \
+  -DKELVANE_BUILD_BENCH=OFF -DKELVANE_SANITIZE=address,undefined >/dev/null
+ctest --test-dir build-asan --output-on-failure --parallel "$jobs"
+
+if ctest --test-dir build -N -L model 2>/dev/null | grep -q 'Total Tests: [1-9]'; then
+  echo "== model tests under ThreadSanitizer"
+  ./scripts/build.sh build-tsan -DCMAKE_BUILD_TYPE=Debug -DKELVANE_BUILD_UI=OFF \
+    -DKELVANE_BUILD_BENCH=OFF -DKELVANE_SANITIZE=thread >/dev/null
+  ctest --test-dir build-tsan --output-on-failure --parallel "$jobs" -L model
+fi
+echo "== all tests passed"

@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+
+#include "core/catalog.h"
+
+using namespace kelvane;
+
+namespace {
+
+const CleanCategory& row(const std::vector<CleanCategory>& rows, const std::string& id) {
+    const auto it =
+        std::find_if(rows.begin(), rows.end(), [&](const auto& c) { return c.id == id; });
+    EXPECT_NE(it, rows.end()) << id;
+    return *it;
+}
+
+std::vector<std::string> idsWhere(const std::vector<CleanCategory>& rows, auto predicate) {
+    std::vector<std::string> ids;
+    for (const auto& c : rows)
+        if (predicate(c)) ids.push_back(c.id);
+    return ids;
+}
+
+}  // namespace
+
+TEST(Catalog, PatternsAreBaseConcatenatedWithSuffix) {
+    const auto rows = Catalog::build("/Users/a", "/var/folders/xy/abc");
+    ASSERT_EQ(rows.size(), 35u);
+    EXPECT_EQ(rows.front().patterns, std::vector<std::string>{"/Users/a/Library/Caches"});
+    EXPECT_EQ(rows.back().patterns, std::vector<std::string>{"/Users/a"});
+    EXPECT_EQ(row(rows, "temp").patterns,
+              (std::vector<std::string>{"/var/folders/xy/abc/C", "/var/folders/xy/abc/T"}));
+    EXPECT_EQ(row(rows, "system_logs").patterns,
+              (std::vector<std::string>{"/Library/Logs", "/private/var/log"}));
+    EXPECT_EQ(
+        row(rows, "node_caches").patterns,
+        (std::vector<std::string>{"/Users/a/.npm/_cacache", "/Users/a/.yarn/cache",
+                                  "/Users/a/Library/pnpm/store", "/Users/a/.bun/install/cache"}));
+    EXPECT_EQ(row(rows, "container_caches").patterns,
+              std::vector<std::string>{"/Users/a/Library/Containers/*/Data/Library/Caches"});
+    for (const auto& c : rows) {
+        for (const auto& p : c.patterns) {
+            EXPECT_EQ(p.find("//"), std::string::npos) << c.id << ": " << p;
+            EXPECT_NE(p.back(), '/') << c.id;
+        }
+    }
+}
+
+TEST(Catalog, TemporaryBaseComesFromTheTemporaryFolder) {
+    // The temporary folder "/var/folders/xy/abc/T/" has the base "/var/folders/xy/abc".
+    const auto rows = Catalog::build("/Users/a", "/var/folders/xy/abc");
+    EXPECT_EQ(row(rows, "temp").patterns.front(), "/var/folders/xy/abc/C");
+    EXPECT_FALSE(Catalog::tempBase().empty());
+    EXPECT_NE(Catalog::home().back(), '/');
+}
+
+TEST(Catalog, FlagsRisksAndKinds) {
+    const auto rows = Catalog::build("/h", "/t");
+    std::set<std::string> ids;
+    for (const auto& c : rows) ids.insert(c.id);
+    EXPECT_EQ(ids.size(), 35u);
+
+    EXPECT_EQ(
+        idsWhere(rows, [](const auto& c) { return c.quickClean; }),
+        (std::vector<std::string>{"user_caches", "container_caches", "user_logs", "derived_data",
+                                  "xcode_previews", "sim_caches", "node_caches", "trash"}));
+    EXPECT_EQ(idsWhere(rows, [](const auto& c) { return c.risk == Risk::danger; }),
+              (std::vector<std::string>{"mail", "applications"}));
+    EXPECT_EQ(idsWhere(rows, [](const auto& c) { return c.risk == Risk::caution; }).size(), 15u);
+    EXPECT_EQ(idsWhere(rows, [](const auto& c) { return !c.scanOnLaunch; }),
+              (std::vector<std::string>{"sim_runtimes", "snapshots", "explore_lib",
+                                        "explore_syslib", "explore_home"}));
+    EXPECT_EQ(row(rows, "sim_runtimes").kind, CategoryKind::runtimes);
+    EXPECT_EQ(row(rows, "snapshots").kind, CategoryKind::snapshots);
+    EXPECT_TRUE(row(rows, "snapshots").patterns.empty());
+    for (const auto& c : rows) {
+        if (c.quickClean) {
+            EXPECT_EQ(c.risk, Risk::safe) << c.id;
+        }
+    }
+    EXPECT_EQ(row(rows, "trash").name, "ゴミ箱");
+    EXPECT_EQ(row(rows, "dot_cache").detail,
+              "pip, Hugging Face モデル, その他 CLI "
+              "ツールのキャッシュ。巨大なモデルが入っている事があります。");
+    EXPECT_EQ(row(rows, "explore_home").icon, "house");
+}
+
+TEST(Catalog, GroupsStandTogetherInSidebarOrder) {
+    const auto rows = Catalog::build("/h", "/t");
+    std::vector<std::string> firstAppearance;
+    for (const auto& c : rows) {
+        if (firstAppearance.empty() || firstAppearance.back() != c.group) {
+            firstAppearance.push_back(c.group);
+        }
+    }
+    EXPECT_EQ(firstAppearance, Catalog::groupOrder());  // each group appears in one run
+}
+
+TEST(Catalog, ReadsAreStable) {
+    const auto a = Catalog::all();
+    const auto b = Catalog::all();
+    ASSERT_EQ(a.size(), b.size());
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        EXPECT_EQ(a[i].id, b[i].id);
+        EXPECT_EQ(a[i].patterns, b[i].patterns);
+    }
+}

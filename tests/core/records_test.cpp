@@ -1,0 +1,103 @@
+#include <gtest/gtest.h>
+
+#include <unordered_map>
+#include <unordered_set>
+
+#include "core/category_state.h"
+#include "core/clean_category.h"
+#include "core/entry.h"
+#include "core/log_entry.h"
+#include "core/pending_action.h"
+#include "core/risk.h"
+#include "core/sim_runtime.h"
+
+using namespace kelvane;
+
+TEST(Risk, RawValuesAndOrder) {
+    EXPECT_EQ(riskFromRaw(0), Risk::safe);
+    EXPECT_EQ(riskFromRaw(2), Risk::danger);
+    EXPECT_FALSE(riskFromRaw(3).has_value());
+    EXPECT_FALSE(riskFromRaw(-1).has_value());
+    EXPECT_TRUE(Risk::caution >= Risk::caution);
+    EXPECT_TRUE(Risk::caution <= Risk::caution);
+    EXPECT_FALSE(Risk::caution < Risk::caution);
+    EXPECT_TRUE(Risk::safe < Risk::danger);
+    EXPECT_FALSE(Risk::danger < Risk::safe);
+    EXPECT_TRUE(Risk::danger > Risk::caution);
+    EXPECT_FALSE(Risk::safe > Risk::safe);
+}
+
+TEST(CleanCategory, IdentityIsTheIdAlone) {
+    const CleanCategory a{"x",    "g",  "A", "i", "d", Risk::safe, CategoryKind::folders,
+                          {"/a"}, true, true};
+    const CleanCategory b{"x", "h",   "B",  "j", "e", Risk::danger, CategoryKind::runtimes,
+                          {},  false, false};
+    const CleanCategory c{"y",    "g",  "A", "i", "d", Risk::safe, CategoryKind::folders,
+                          {"/a"}, true, true};
+    EXPECT_EQ(a, b);
+    EXPECT_EQ(std::hash<CleanCategory>{}(a), std::hash<CleanCategory>{}(b));
+    EXPECT_NE(a, c);
+    std::unordered_set<CleanCategory> set{a, b, c};
+    EXPECT_EQ(set.size(), 2u);
+}
+
+TEST(Entry, EqualityAndHashCoverEveryFieldWithPresence) {
+    const Entry base{"/a/b", "b", true, false, false, std::nullopt, std::nullopt};
+    Entry zero = base;
+    zero.size = 0;
+    EXPECT_NE(base, zero);  // absent differs from present-with-zero
+    Entry dated = base;
+    dated.modified = Date{0};
+    EXPECT_NE(base, dated);
+    Entry link = base;
+    link.isSymlink = true;
+    EXPECT_NE(base, link);
+    EXPECT_EQ(base, Entry(base));
+
+    std::unordered_map<Entry, int> map;
+    map[base] = 1;
+    map[zero] = 2;
+    map[dated] = 3;
+    map[Entry(base)] = 4;
+    EXPECT_EQ(map.size(), 3u);
+    EXPECT_EQ(map[base], 4);
+}
+
+TEST(SimRuntime, LastUsedPresenceMatters) {
+    SimRuntime a{"id", "iOS 17", "17.0", "21A", "iOS", 5, "Ready", true, std::nullopt};
+    SimRuntime b = a;
+    b.lastUsed = "";
+    EXPECT_NE(a, b);
+    SimRuntime c = a;
+    c.deletable = false;
+    EXPECT_NE(a, c);
+    std::unordered_set<SimRuntime> set{a, b, c, a};
+    EXPECT_EQ(set.size(), 3u);
+}
+
+TEST(CategoryState, StartsIdleAndEmpty) {
+    const CategoryState s;
+    EXPECT_EQ(s.status, CategoryState::Status::idle);
+    EXPECT_EQ(s.bytes, 0);
+    EXPECT_EQ(s.files + s.dirs + s.unreadable, 0);
+    EXPECT_TRUE(s.roots.empty());
+    EXPECT_FALSE(s.lastScan.has_value());
+}
+
+TEST(LogEntryAndPendingAction, FreshIdentityAtCreation) {
+    const Date before = Date::now();
+    const LogEntry a("同じ", false);
+    const LogEntry b("同じ", false);
+    EXPECT_NE(a.id, b.id);
+    EXPECT_GE(a.date, before);
+    EXPECT_EQ(a.id.text().size(), 36u);
+    EXPECT_EQ(a.id.text()[14], '4');  // version 4
+
+    int runs = 0;
+    const PendingAction p("t", "m", "削除", [&] { ++runs; });
+    const PendingAction q("t", "m", "削除", [] {});
+    EXPECT_NE(p.id, q.id);
+    EXPECT_EQ(runs, 0);  // nothing runs until confirmed
+    p.perform();
+    EXPECT_EQ(runs, 1);
+}
