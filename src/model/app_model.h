@@ -1,0 +1,220 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "core/category_state.h"
+#include "core/clean_category.h"
+#include "core/disk_info.h"
+#include "core/entry.h"
+#include "core/log_entry.h"
+#include "core/pending_action.h"
+#include "core/sim_runtime.h"
+#include "model/model_change.h"
+#include "model/services.h"
+#include "model/tasks.h"
+#include "scan/scan_limiter.h"
+#include "scan/scanner.h"
+#include "scan/size_store.h"
+#include "system/delete_outcome.h"
+
+namespace kelvane {
+
+// What the model is built over. The defaults are the real machine; tests pass
+// their own home folder, catalog and disk reader.
+struct ModelEnvironment {
+    std::string home;
+    std::vector<CleanCategory> categories;
+    std::function<std::optional<DiskInfo>()> readDisk;
+
+    static ModelEnvironment real();
+};
+
+// One step of the breadcrumb trail; an absent path stands for "all roots".
+struct Crumb {
+    std::string label;
+    std::optional<std::string> path;
+    friend bool operator==(const Crumb&, const Crumb&) = default;
+};
+
+// The whole state of the running application and every operation on it. Lives
+// on the main thread: every field is read and written there, every operation
+// is called there. Background work holds the model weakly and comes back
+// through the main queue; the size store and the scan limiter are the only
+// pieces it touches directly, and they guard themselves.
+class AppModel : public std::enable_shared_from_this<AppModel> {
+  public:
+    using Observer = std::function<void(const ModelChange&)>;
+
+    static std::shared_ptr<AppModel> create(
+        std::shared_ptr<MainQueue> mainQueue, std::shared_ptr<Services> services,
+        ModelEnvironment environment = ModelEnvironment::real());
+    AppModel(const AppModel&) = delete;
+    AppModel& operator=(const AppModel&) = delete;
+    ~AppModel();
+
+    // --- observation ---
+    int subscribe(Observer observer);
+    void unsubscribe(int token);
+
+    // --- fields (read) ---
+    const std::vector<CleanCategory>& categories() const { return categories_; }
+    const std::unordered_map<std::string, CategoryState>& states() const { return states_; }
+    const std::optional<std::string>& selectedID() const { return selectedID_; }
+    const std::optional<DiskInfo>& disk() const { return disk_; }
+    const std::vector<LogEntry>& log() const { return log_; }
+    bool fullDiskAccessDenied() const { return fullDiskAccessDenied_; }
+    const std::optional<std::string>& browserPath() const { return browserPath_; }
+    const std::vector<Entry>& entries() const { return entries_; }
+    bool entriesLoading() const { return entriesLoading_; }
+    const std::optional<std::string>& entriesError() const { return entriesError_; }
+    const std::set<std::string>& entrySelection() const { return entrySelection_; }
+    const std::vector<std::string>& snapshots() const { return snapshots_; }
+    bool snapshotsLoading() const { return snapshotsLoading_; }
+    const std::vector<SimRuntime>& runtimes() const { return runtimes_; }
+    bool runtimesLoading() const { return runtimesLoading_; }
+    const std::optional<PendingAction>& pendingAction() const { return pendingAction_; }
+    const std::optional<std::string>& busyMessage() const { return busyMessage_; }
+    const std::optional<std::string>& notice() const { return notice_; }
+    SizeStore& store() const { return *store_; }
+    ScanLimiter& limiter() const { return *limiter_; }
+    const std::map<std::string, TaskHandle>& scanTasks() const { return scanTasks_; }
+    const std::optional<TaskHandle>& entriesTask() const { return entriesTask_; }
+    const std::string& home() const { return env_.home; }
+
+    // --- plain selection fields the views write ---
+    void setSelectedID(std::optional<std::string> value);
+    void setBrowserPath(std::optional<std::string> value);
+    void setEntrySelection(std::set<std::string> value);
+    void setDisk(std::optional<DiskInfo> value);
+    void setPendingAction(std::optional<PendingAction> value);
+    void setNotice(std::optional<std::string> value);
+
+    // --- state and launch ---
+    void startInitialScan();
+    void checkFullDiskAccess();
+    void openFullDiskAccessSettings();
+    void addLog(const std::string& message, bool error);
+    CategoryState state(const std::string& id) const;
+    std::optional<CleanCategory> selectedCategory() const;
+
+    // --- scans ---
+    void scan(const CleanCategory& category);
+    void scanAll();
+    void refreshCategorySizes();
+
+    // --- folder browsing ---
+    void didChangeSelection();
+    void loadEntries();
+    void goUp();
+    bool canGoUp() const;
+    std::vector<Crumb> crumbs() const;
+    std::vector<Entry> selectedEntries() const;
+    std::int64_t selectedBytes() const;
+    void reveal(const std::vector<std::string>& paths);
+
+    // --- custom folders ---
+    void addCustomFolder();
+    void removeCustomFolder(const CleanCategory& category);
+
+    // --- deletion ---
+    void confirmDelete(const std::vector<std::string>& paths, bool permanent);
+    void confirmCleanCategory(const CleanCategory& category, bool permanent);
+    void confirmQuickClean(const std::vector<std::string>& ids);
+
+    // --- snapshots and runtimes ---
+    void loadSnapshots();
+    void loadRuntimes();
+    void confirmDeleteSnapshots(const std::vector<std::string>& dates);
+    void confirmDeleteRuntime(const SimRuntime& runtime);
+    void confirmDeleteUnavailableSims();
+
+    // The display order of the browser: biggest first, unknown sizes last,
+    // ties kept in listing order.
+    static void sortForDisplay(std::vector<Entry>& entries);
+
+  private:
+    AppModel(std::shared_ptr<MainQueue> mainQueue, std::shared_ptr<Services> services,
+             ModelEnvironment environment);
+    void finishConstruction();
+
+    void setBusyMessage(std::optional<std::string> value);
+    void setEntriesLoading(bool value);
+    void setEntriesError(std::optional<std::string> value);
+    void setEntries(std::vector<Entry> value);
+    void notify(ModelField field, std::optional<std::string> key = std::nullopt,
+                std::optional<std::size_t> row = std::nullopt);
+    void putState(const std::string& id, CategoryState state);
+    std::int64_t sizeOfRoots(const std::vector<std::string>& roots) const;
+
+    // scan steps (main thread)
+    void updateProgress(const std::string& id, std::int64_t bytes);
+    void finishScan(const std::string& id, const ScanStats& stats, bool cancelled);
+
+    // deletion steps
+    void performDelete(const std::vector<std::string>& paths, bool permanent);
+    void afterDelete(const DeleteOutcome& outcome, bool permanent);
+    void performAdminDelete(const std::vector<std::string>& paths);
+    std::int64_t sizeForDeletion(const std::string& path) const;
+    std::vector<std::string> childrenOfRoots(const std::string& id) const;
+    void scanIfPresent(const std::string& id);
+    void refreshDisk();
+
+    // Runs `work` off the main thread and hands its result to `then` on the
+    // main thread, if the model still exists.
+    template <typename Result>
+    void runTool(std::function<Result(Services&)> work,
+                 std::function<void(AppModel&, const Result&)> then);
+
+    std::shared_ptr<MainQueue> main_;
+    std::shared_ptr<Services> services_;
+    ModelEnvironment env_;
+
+    std::vector<CleanCategory> categories_;
+    std::unordered_map<std::string, CategoryState> states_;
+    std::optional<std::string> selectedID_;
+    std::optional<DiskInfo> disk_;
+    std::vector<LogEntry> log_;
+    bool fullDiskAccessDenied_ = false;
+    std::optional<std::string> browserPath_;
+    std::vector<Entry> entries_;
+    bool entriesLoading_ = false;
+    std::optional<std::string> entriesError_;
+    std::set<std::string> entrySelection_;
+    std::vector<std::string> snapshots_;
+    bool snapshotsLoading_ = false;
+    std::vector<SimRuntime> runtimes_;
+    bool runtimesLoading_ = false;
+    std::optional<PendingAction> pendingAction_;
+    std::optional<std::string> busyMessage_;
+    std::optional<std::string> notice_;
+    std::shared_ptr<SizeStore> store_;
+    std::shared_ptr<ScanLimiter> limiter_;
+    std::map<std::string, TaskHandle> scanTasks_;
+    std::optional<TaskHandle> entriesTask_;
+
+    std::map<int, Observer> observers_;
+    int nextObserverToken_ = 1;
+};
+
+template <typename Result>
+void AppModel::runTool(std::function<Result(Services&)> work,
+                       std::function<void(AppModel&, const Result&)> then) {
+    startDetached(TaskPriority::userInitiated,
+                  [weak = weak_from_this(), main = main_, services = services_,
+                   work = std::move(work), then = std::move(then)](const TaskHandle&) {
+                      Result result = work(*services);
+                      main->post([weak, then, result = std::move(result)] {
+                          if (const auto model = weak.lock()) then(*model, result);
+                      });
+                  });
+}
+
+}  // namespace kelvane

@@ -1,0 +1,53 @@
+// AppModel: folders the user adds for as long as the application runs.
+#include <algorithm>
+
+#include "core/catalog.h"
+#include "core/path_text.h"
+#include "model/app_model.h"
+
+namespace kelvane {
+
+void AppModel::addCustomFolder() {
+    const std::optional<std::string> chosen = services_->chooseFolder();
+    if (!chosen || chosen->empty()) return;
+    const std::string& path = *chosen;
+    const std::string id = Catalog::kCustomPrefix + path;
+
+    const auto existing = [&] {
+        return std::find_if(categories_.begin(), categories_.end(),
+                            [&](const CleanCategory& c) { return c.id == id; });
+    };
+    if (existing() == categories_.end()) {
+        categories_.push_back(CleanCategory{id,
+                                            "探索",
+                                            PathText::shortForm(path, env_.home),
+                                            "folder.badge.plus",
+                                            "手動で追加したフォルダ: " + path,
+                                            Risk::caution,
+                                            CategoryKind::folders,
+                                            {path},
+                                            false,
+                                            false});
+        notify(ModelField::categories);
+        putState(id, CategoryState{});
+    }
+    setSelectedID(id);
+    const CleanCategory category = *existing();
+    scan(category);
+}
+
+void AppModel::removeCustomFolder(const CleanCategory& category) {
+    const std::string& id = category.id;
+    if (id.rfind(Catalog::kCustomPrefix, 0) != 0) return;
+    if (const auto it = scanTasks_.find(id); it != scanTasks_.end()) it->second.cancel();
+    const auto removed = std::remove_if(categories_.begin(), categories_.end(),
+                                        [&](const CleanCategory& c) { return c.id == id; });
+    if (removed != categories_.end()) {
+        categories_.erase(removed, categories_.end());
+        notify(ModelField::categories);
+    }
+    if (states_.erase(id) != 0) notify(ModelField::states, id);
+    if (selectedID_ == id) setSelectedID(std::string(Catalog::kOverviewID));
+}
+
+}  // namespace kelvane

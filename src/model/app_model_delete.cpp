@@ -1,0 +1,317 @@
+// AppModel: the deletion flows — confirmations, the background deletion, the
+// store corrections and the report, and the retry with administrator rights.
+#include <algorithm>
+#include <set>
+#include <sstream>
+
+#include "core/catalog.h"
+#include "core/fmt.h"
+#include "core/path_text.h"
+#include "core/unicode_text.h"
+#include "model/app_model.h"
+#include "model/file_probe.h"
+#include "system/cleaner.h"
+
+namespace kelvane {
+namespace {
+
+constexpr const char* kIrreversible = "\n\nこの操作は取り消せません。";
+constexpr const char* kPermanentLabel = "完全に削除";
+constexpr const char* kTrashLabel = "ゴミ箱へ入れる";
+constexpr const char* kNothingToDelete = "削除する項目がありません";
+constexpr std::size_t kNamesShown = 5;
+constexpr std::size_t kFailureLinesShown = 3;
+constexpr std::size_t kDeniedPathsShown = 5;
+constexpr std::size_t kAdminFailureGraphemes = 600;
+
+std::string riskText(Risk risk) {
+    switch (risk) {
+        case Risk::safe:
+            return "削除しても必要に応じて自動的に再生成されます。関連アプリを終了してから削除する"
+                   "と確実です。";
+        case Risk::caution:
+            return "アプリの設定やデータが含まれる場合があります。中身を確認し、不要なものだけ個別"
+                   "に削除してください。";
+        case Risk::danger:
+            return "削除するとデータを失う可能性があります。内容を理解している場合のみ削除してくだ"
+                   "さい。";
+    }
+    return {};
+}
+
+std::string joined(const std::vector<std::string>& pieces, const std::string& separator) {
+    std::string out;
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        if (i > 0) out += separator;
+        out += pieces[i];
+    }
+    return out;
+}
+
+bool startsWith(const std::string& text, const std::string& prefix) {
+    return text.size() >= prefix.size() && text.compare(0, prefix.size(), prefix) == 0;
+}
+
+std::string count(std::size_t n) {
+    return std::to_string(n);
+}
+
+}  // namespace
+
+std::int64_t AppModel::sizeForDeletion(const std::string& path) const {
+    if (const auto recorded = store_->size(path)) return *recorded;
+    return FileProbe::ownAllocatedSize(path).value_or(0);
+}
+
+std::vector<std::string> AppModel::childrenOfRoots(const std::string& id) const {
+    std::vector<std::string> items;
+    for (const std::string& root : state(id).roots) {
+        for (std::string& child : Cleaner::contents(root)) items.push_back(std::move(child));
+    }
+    return items;
+}
+
+void AppModel::scanIfPresent(const std::string& id) {
+    const auto it = std::find_if(categories_.begin(), categories_.end(),
+                                 [&](const CleanCategory& c) { return c.id == id; });
+    if (it != categories_.end()) scan(CleanCategory(*it));
+}
+
+void AppModel::confirmDelete(const std::vector<std::string>& paths, bool permanent) {
+    if (paths.empty()) return;
+    std::int64_t total = 0;
+    for (const std::string& path : paths) total += sizeForDeletion(path);
+
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < std::min(paths.size(), kNamesShown); ++i) {
+        names.push_back(PathText::lastComponent(paths[i]));
+    }
+    std::string nameText = joined(names, "\n");
+    if (paths.size() > kNamesShown)
+        nameText += "\n…ほか " + count(paths.size() - kNamesShown) + " 項目";
+
+    // Items already in the Trash can only be deleted for good.
+    const std::string trashPrefix = env_.home + "/.Trash";
+    const bool effective =
+        permanent || std::all_of(paths.begin(), paths.end(),
+                                 [&](const std::string& p) { return startsWith(p, trashPrefix); });
+
+    std::string title = count(paths.size()) +
+                        (effective ? " 項目を完全に削除しますか？" : " 項目をゴミ箱に入れますか？");
+    std::string message = "合計 " + Fmt::bytes(total) + "\n\n" + nameText;
+    if (effective) message += kIrreversible;
+    setPendingAction(PendingAction(std::move(title), std::move(message),
+                                   effective ? kPermanentLabel : kTrashLabel,
+                                   [weak = weak_from_this(), paths, effective] {
+                                       if (const auto model = weak.lock()) {
+                                           model->performDelete(paths, effective);
+                                       }
+                                   }));
+}
+
+void AppModel::confirmCleanCategory(const CleanCategory& category, bool permanent) {
+    const std::vector<std::string> items = childrenOfRoots(category.id);
+    if (items.empty()) {
+        setNotice(std::string(kNothingToDelete));
+        return;
+    }
+    const bool effective = permanent || category.id == "trash";
+    std::string title = "「" + category.name + "」の中身をすべて" +
+                        (effective ? "完全に削除し" : "ゴミ箱に入れ") + "ますか？";
+    std::string message = count(items.size()) + " 項目 / 約 " +
+                          Fmt::bytes(state(category.id).bytes) + "\n\n" + riskText(category.risk);
+    if (effective) message += kIrreversible;
+    setPendingAction(PendingAction(std::move(title), std::move(message),
+                                   effective ? kPermanentLabel : kTrashLabel,
+                                   [weak = weak_from_this(), items, effective] {
+                                       if (const auto model = weak.lock()) {
+                                           model->performDelete(items, effective);
+                                       }
+                                   }));
+}
+
+void AppModel::confirmQuickClean(const std::vector<std::string>& ids) {
+    const std::set<std::string> wanted(ids.begin(), ids.end());
+    std::vector<std::string> names;
+    std::vector<std::string> items;
+    std::int64_t total = 0;
+    for (const CleanCategory& category : categories_) {
+        if (wanted.count(category.id) == 0) continue;
+        names.push_back(category.name);
+        const CategoryState s = state(category.id);
+        if (s.status != CategoryState::Status::done) continue;
+        for (std::string& item : childrenOfRoots(category.id)) items.push_back(std::move(item));
+        total += s.bytes;
+    }
+    if (items.empty()) {
+        setNotice(std::string(kNothingToDelete));
+        return;
+    }
+    std::string message = "対象: " + joined(names, ", ") + "\n" + count(items.size()) +
+                          " 項目 / 約 " + Fmt::bytes(total) +
+                          " を完全に削除します。\n\n使用中のファイルは削除に失敗することがあります "
+                          "(その場合はアプリを終了して再実行)。";
+    setPendingAction(PendingAction("クイッククリーンを実行しますか？", std::move(message),
+                                   kPermanentLabel, [weak = weak_from_this(), items] {
+                                       if (const auto model = weak.lock()) {
+                                           model->performDelete(items, true);
+                                       }
+                                   }));
+}
+
+void AppModel::performDelete(const std::vector<std::string>& paths, bool permanent) {
+    setBusyMessage(std::string(permanent ? "削除中…" : "ゴミ箱へ移動中…"));
+    startDetached(TaskPriority::userInitiated,
+                  [weak = weak_from_this(), main = main_, store = store_, paths,
+                   permanent](const TaskHandle&) {
+                      const auto sizeOf = [&store](const std::string& path) -> std::int64_t {
+                          if (const auto recorded = store->size(path)) return *recorded;
+                          return FileProbe::ownAllocatedSize(path).value_or(0);
+                      };
+                      DeleteOutcome outcome = Cleaner::deleteItems(paths, permanent, sizeOf);
+                      for (const DeletedItem& item : outcome.deleted) {
+                          store->removeSubtree(item.path);
+                          store->adjust(item.path, -item.size);
+                      }
+                      // A folder that was only partly deleted is measured again so that it
+                      // and its ancestors show what is really left.
+                      for (const DeleteFailure& failure : outcome.failures) {
+                          const std::optional<std::int64_t> before = store->size(failure.path);
+                          if (!FileProbe::isFolder(failure.path)) continue;
+                          store->removeSubtree(failure.path);
+                          const ScanStats after = Scanner::scan(failure.path, *store);
+                          if (before) store->adjust(failure.path, after.bytes - *before);
+                      }
+                      main->post([weak, outcome = std::move(outcome), permanent] {
+                          if (const auto model = weak.lock())
+                              model->afterDelete(outcome, permanent);
+                      });
+                  });
+}
+
+void AppModel::afterDelete(const DeleteOutcome& outcome, bool permanent) {
+    setBusyMessage(std::nullopt);
+    refreshCategorySizes();
+    refreshDisk();
+
+    // Step out of folders that the deletion took away.
+    while (browserPath_ && !FileProbe::exists(*browserPath_)) {
+        const std::optional<CleanCategory> category = selectedCategory();
+        if (!category) break;
+        const std::vector<std::string> roots = state(category->id).roots;
+        const bool isRoot = std::find(roots.begin(), roots.end(), *browserPath_) != roots.end();
+        if (isRoot && roots.size() < 2) break;
+        setBrowserPath(PathText::parent(*browserPath_));
+    }
+    loadEntries();
+
+    std::int64_t freed = 0;
+    for (const DeletedItem& item : outcome.deleted) freed += item.size;
+    const std::string n = count(outcome.deleted.size());
+    std::string summary;
+    if (!permanent) {
+        scanIfPresent("trash");
+        summary = n + " 項目 (約 " + Fmt::bytes(freed) +
+                  ") をゴミ箱に入れました。容量を解放するにはゴミ箱を空にしてください。";
+    } else {
+        summary = n + " 項目を削除し、約 " + Fmt::bytes(freed) + " を解放しました。";
+    }
+    addLog(summary, false);
+
+    const std::vector<std::string> protectedPaths = outcome.protectedPaths();
+    const std::vector<std::string> denied = outcome.permissionDenied();
+    const std::set<std::string> classified = [&] {
+        std::set<std::string> s(protectedPaths.begin(), protectedPaths.end());
+        s.insert(denied.begin(), denied.end());
+        return s;
+    }();
+    std::vector<const DeleteFailure*> other;
+    for (const DeleteFailure& failure : outcome.failures) {
+        if (classified.count(failure.path) == 0) other.push_back(&failure);
+    }
+
+    if (!protectedPaths.empty()) {
+        const std::string p = count(protectedPaths.size());
+        summary += "\n\n" + p +
+                   " 項目は macOS に保護されているためスキップしました (Safari, HomeKit, CloudKit "
+                   "などの純正キャッシュ。容量はわずかで、削除できないのが正常です)。";
+        addLog(p + " 項目は macOS 保護のためスキップ", false);
+    }
+    if (!other.empty()) {
+        const std::string o = count(other.size());
+        std::vector<std::string> lines;
+        for (std::size_t i = 0; i < std::min(other.size(), kFailureLinesShown); ++i) {
+            lines.push_back("・" + PathText::lastComponent(other[i]->path) + ": " +
+                            other[i]->error.description);
+        }
+        summary +=
+            "\n\n" + o + " 項目は削除できませんでした (使用中の可能性)。\n" + joined(lines, "\n");
+        addLog(o + " 項目の削除に失敗", true);
+    }
+
+    if (denied.empty()) {
+        setNotice(summary);
+        return;
+    }
+    std::vector<std::string> shown;
+    for (std::size_t i = 0; i < std::min(denied.size(), kDeniedPathsShown); ++i) {
+        shown.push_back(PathText::shortForm(denied[i], env_.home));
+    }
+    std::string message = count(denied.size()) +
+                          " 項目はアクセス権が無いため削除できませんでした。管理者パスワードを入力"
+                          "して完全に削除できます (rm -rf)。\n\n" +
+                          joined(shown, "\n");
+    setPendingAction(PendingAction("管理者権限で削除しますか？", std::move(message),
+                                   "管理者権限で削除", [weak = weak_from_this(), denied] {
+                                       if (const auto model = weak.lock()) {
+                                           model->performAdminDelete(denied);
+                                       }
+                                   }));
+}
+
+void AppModel::performAdminDelete(const std::vector<std::string>& paths) {
+    setBusyMessage(std::string("管理者権限で削除中…"));
+    runTool<ShellResult>(
+        [paths](Services& services) { return services.deleteAsAdmin(paths); },
+        [paths](AppModel& model, const ShellResult& result) {
+            model.setBusyMessage(std::nullopt);
+            const std::string n = count(paths.size());
+            if (result.status == 0) {
+                for (const std::string& path : paths) {
+                    const std::int64_t size = model.store_->size(path).value_or(0);
+                    model.store_->removeSubtree(path);
+                    model.store_->adjust(path, -size);
+                }
+                model.refreshCategorySizes();
+                model.refreshDisk();
+                model.loadEntries();
+                model.addLog("管理者権限で " + n + " 項目を削除", false);
+                model.setNotice(n + " 項目を削除しました。");
+                return;
+            }
+            if (result.err.find("-128") != std::string::npos) {
+                model.setNotice(std::string("キャンセルしました。"));
+                return;
+            }
+            model.refreshCategorySizes();
+            model.loadEntries();
+            std::size_t blocked = 0;
+            std::istringstream lines(result.err);
+            for (std::string line; std::getline(lines, line);) {
+                if (line.find("Operation not permitted") != std::string::npos) ++blocked;
+            }
+            model.addLog("管理者削除で " + count(blocked) + " 項目が保護のため削除不可", true);
+            if (blocked > 0) {
+                model.setNotice(count(blocked) +
+                                " 項目は macOS に保護されているため管理者権限でも削除できません "
+                                "(これは正常です)。他の項目は削除しました。");
+            } else {
+                model.setNotice("削除に失敗しました:\n" +
+                                UnicodeText::firstGraphemes(
+                                    UnicodeText::trimmed(result.out + "\n" + result.err),
+                                    kAdminFailureGraphemes));
+            }
+        });
+}
+
+}  // namespace kelvane

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+namespace kelvane {
+
+// The observed fields of AppModel.
+enum class ModelField {
+    categories,
+    states,
+    selectedID,
+    disk,
+    log,
+    fullDiskAccessDenied,
+    browserPath,
+    entries,
+    entriesLoading,
+    entriesError,
+    entrySelection,
+    snapshots,
+    snapshotsLoading,
+    runtimes,
+    runtimesLoading,
+    pendingAction,
+    busyMessage,
+    notice,
+    scanTasks,
+    entriesTask,
+};
+
+// One notification. `key` names the one category whose state changed (for
+// `states`); `row` the one entry whose size changed (for `entries`). Both
+// absent mean the whole field may have changed, so lists can update one row
+// instead of resetting.
+struct ModelChange {
+    ModelField field;
+    std::optional<std::string> key;
+    std::optional<std::size_t> row;
+};
+
+}  // namespace kelvane

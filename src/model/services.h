@@ -1,0 +1,57 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/sim_runtime.h"
+#include "system/shell_result.h"
+
+namespace kelvane {
+
+// Everything the model needs from the desktop or from external tools, behind
+// one injected interface: the Qt layer supplies the desktop half, the system
+// layer the tools, and tests substitute fakes for either.
+class Services {
+  public:
+    virtual ~Services() = default;
+
+    // --- desktop ---
+    // A modal chooser for one existing folder; its absolute path without a
+    // trailing slash, or nothing when the user cancelled.
+    virtual std::optional<std::string> chooseFolder() = 0;
+    // Shows `paths` selected in the file manager.
+    virtual void reveal(const std::vector<std::string>& paths) = 0;
+    // Opens the system's privacy settings where the platform has them.
+    virtual void openFullDiskAccessSettings() = 0;
+    // The stored "initialSelection" default, when there is one.
+    virtual std::optional<std::string> initialSelection() = 0;
+
+    // --- tools (each blocks; the model calls them off the main thread) ---
+    virtual std::vector<std::string> listSnapshots() = 0;
+    virtual ShellResult deleteSnapshots(const std::vector<std::string>& dates) = 0;
+    virtual std::vector<SimRuntime> listRuntimes() = 0;
+    virtual ShellResult run(const std::string& executable,
+                            const std::vector<std::string>& arguments) = 0;
+    virtual ShellResult deleteAsAdmin(const std::vector<std::string>& paths) = 0;
+};
+
+// The tools half backed by the real system layer; the desktop half does
+// nothing, for headless use. The Qt layer derives from it and supplies the
+// desktop operations.
+class SystemServices : public Services {
+  public:
+    std::optional<std::string> chooseFolder() override { return std::nullopt; }
+    void reveal(const std::vector<std::string>&) override {}
+    void openFullDiskAccessSettings() override {}
+    std::optional<std::string> initialSelection() override { return std::nullopt; }
+
+    std::vector<std::string> listSnapshots() override;
+    ShellResult deleteSnapshots(const std::vector<std::string>& dates) override;
+    std::vector<SimRuntime> listRuntimes() override;
+    ShellResult run(const std::string& executable,
+                    const std::vector<std::string>& arguments) override;
+    ShellResult deleteAsAdmin(const std::vector<std::string>& paths) override;
+};
+
+}  // namespace kelvane

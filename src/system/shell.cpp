@@ -1,0 +1,207 @@
+#include "system/shell.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+
+#include "system/unique_fd.h"
+#include "system/utf8_repair.h"
+
+extern char** environ;
+
+namespace kelvane {
+namespace {
+
+constexpr const char* pkexecPath = "/usr/bin/pkexec";
+// pkexec's status when the user dismissed the dialog or was not authorised.
+constexpr int pkexecDismissed = 126;
+
+std::string errnoText(int errnum) {
+    char buffer[256];
+    // GNU strerror_r may return a static string instead of filling buffer.
+    return strerror_r(errnum, buffer, sizeof buffer);
+}
+
+ShellResult launchFailure(const std::string& executable, int errnum) {
+    return {-1, "", "Could not start " + executable + ": " + errnoText(errnum)};
+}
+
+// The spawn attributes and file actions, released whatever happens.
+struct SpawnSetup {
+    posix_spawn_file_actions_t actions;
+    posix_spawnattr_t attributes;
+    bool actionsReady = false;
+    bool attributesReady = false;
+    ~SpawnSetup() {
+        if (actionsReady) posix_spawn_file_actions_destroy(&actions);
+        if (attributesReady) posix_spawnattr_destroy(&attributes);
+    }
+};
+
+struct Pipe {
+    UniqueFd read;
+    UniqueFd write;
+};
+
+int makePipe(Pipe& p) {
+    int fds[2];
+    if (pipe2(fds, O_CLOEXEC) != 0) return errno;
+    p.read.reset(fds[0]);
+    p.write.reset(fds[1]);
+    return 0;
+}
+
+// Reads both pipes until both are closed, whichever fills first, so the child
+// never blocks on a full pipe while we wait on the other one.
+int drain(UniqueFd& outFd, UniqueFd& errFd, std::string& out, std::string& err) {
+    char buffer[65536];
+    while (outFd.valid() || errFd.valid()) {
+        pollfd fds[2] = {{outFd.get(), POLLIN, 0}, {errFd.get(), POLLIN, 0}};
+        if (poll(fds, 2, -1) < 0) {
+            if (errno == EINTR) continue;
+            return errno;
+        }
+        for (int k = 0; k < 2; ++k) {
+            if (fds[k].fd < 0 || fds[k].revents == 0) continue;
+            UniqueFd& fd = k == 0 ? outFd : errFd;
+            std::string& sink = k == 0 ? out : err;
+            const ssize_t n = ::read(fd.get(), buffer, sizeof buffer);
+            if (n > 0) {
+                sink.append(buffer, static_cast<std::size_t>(n));
+            } else if (n == 0 || errno != EINTR) {
+                fd.reset();
+            }
+        }
+    }
+    return 0;
+}
+
+int waitForExit(pid_t pid, int& status) {
+    while (waitpid(pid, &status, 0) < 0) {
+        if (errno != EINTR) return errno;
+    }
+    return 0;
+}
+
+}  // namespace
+
+ShellResult Shell::run(const std::string& executable, const std::vector<std::string>& arguments) {
+    Pipe outPipe, errPipe;
+    if (const int e = makePipe(outPipe)) return launchFailure(executable, e);
+    if (const int e = makePipe(errPipe)) return launchFailure(executable, e);
+
+    SpawnSetup setup;
+    if (const int e = posix_spawn_file_actions_init(&setup.actions)) {
+        return launchFailure(executable, e);
+    }
+    setup.actionsReady = true;
+    if (const int e = posix_spawnattr_init(&setup.attributes)) return launchFailure(executable, e);
+    setup.attributesReady = true;
+
+    // dup2 clears close-on-exec on the copies only; every other descriptor,
+    // including ones opened without O_CLOEXEC by other code, is closed in the
+    // child so nothing of ours leaks into it.
+    int e = posix_spawn_file_actions_adddup2(&setup.actions, outPipe.write.get(), STDOUT_FILENO);
+    if (!e)
+        e = posix_spawn_file_actions_adddup2(&setup.actions, errPipe.write.get(), STDERR_FILENO);
+    if (!e) e = posix_spawn_file_actions_addclosefrom_np(&setup.actions, STDERR_FILENO + 1);
+    // The child starts with default signal handling and nothing blocked, even
+    // if this thread blocks or ignores signals (an ignored SIGPIPE would
+    // otherwise survive exec and change how the child fails).
+    sigset_t empty, defaults;
+    sigemptyset(&empty);
+    sigemptyset(&defaults);
+    sigaddset(&defaults, SIGPIPE);
+    sigaddset(&defaults, SIGINT);
+    sigaddset(&defaults, SIGQUIT);
+    if (!e) e = posix_spawnattr_setsigmask(&setup.attributes, &empty);
+    if (!e) e = posix_spawnattr_setsigdefault(&setup.attributes, &defaults);
+    if (!e) {
+        e = posix_spawnattr_setflags(&setup.attributes,
+                                     POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    }
+    if (e) return launchFailure(executable, e);
+
+    std::vector<char*> argv;
+    argv.reserve(arguments.size() + 2);
+    argv.push_back(const_cast<char*>(executable.c_str()));
+    for (const std::string& a : arguments) argv.push_back(const_cast<char*>(a.c_str()));
+    argv.push_back(nullptr);
+
+    pid_t pid = 0;
+    // posix_spawn, not posix_spawnp: the executable is taken as given, never
+    // looked up along PATH.
+    if (const int spawnError = posix_spawn(&pid, executable.c_str(), &setup.actions,
+                                           &setup.attributes, argv.data(), environ)) {
+        return launchFailure(executable, spawnError);
+    }
+    // Our copies of the writing ends must go, or the pipes never report EOF.
+    outPipe.write.reset();
+    errPipe.write.reset();
+
+    std::string out, err;
+    const int drainError = drain(outPipe.read, errPipe.read, out, err);
+    outPipe.read.reset();
+    errPipe.read.reset();
+    int wstatus = 0;
+    if (const int waitError = waitForExit(pid, wstatus)) {
+        return {-1, repairedUtf8(out),
+                "Could not wait for " + executable + ": " + errnoText(waitError)};
+    }
+    if (drainError)
+        err += "\nCould not read the output of " + executable + ": " + errnoText(drainError);
+
+    int status = -1;
+    if (WIFEXITED(wstatus)) {
+        status = WEXITSTATUS(wstatus);
+    } else if (WIFSIGNALED(wstatus)) {
+        // Like the platform's termination status: the signal's number.
+        status = WTERMSIG(wstatus);
+    }
+    return {status, repairedUtf8(out), repairedUtf8(err)};
+}
+
+ShellResult Shell::adminVia(const std::string& elevator, const std::string& command) {
+    ShellResult result = run(elevator, {"/bin/sh", "-c", command});
+    if (result.status == pkexecDismissed) {
+        // The flows recognise a cancelled password dialog by "-128", the
+        // number the platform's own dialog reports.
+        if (!result.err.empty() && result.err.back() != '\n') result.err += '\n';
+        result.err += "Authentication was dismissed or refused (-128)";
+    }
+    return result;
+}
+
+ShellResult Shell::admin(const std::string& command) {
+    return adminVia(pkexecPath, command);
+}
+
+std::string Shell::appleScriptEscaped(const std::string& text) {
+    std::string escaped;
+    escaped.reserve(text.size());
+    // One pass is the same as doubling backslashes first and then escaping
+    // quotes: the backslash put before a quote is never doubled.
+    for (const char c : text) {
+        if (c == '\\') {
+            escaped += "\\\\";
+        } else if (c == '"') {
+            escaped += "\\\"";
+        } else {
+            escaped += c;
+        }
+    }
+    return escaped;
+}
+
+std::string Shell::appleScript(const std::string& command) {
+    return "do shell script \"" + appleScriptEscaped(command) + "\" with administrator privileges";
+}
+
+}  // namespace kelvane

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "system/shell_result.h"
+
+namespace kelvane {
+
+// Starts external programs. Every outcome, including a program that cannot be
+// started, is a ShellResult; nothing throws. Calls block the calling thread
+// until the program has ended (there is no time limit), so run them off the
+// main thread. Any number of calls may run at the same time.
+namespace Shell {
+
+// Runs `executable` (an absolute path: no PATH search, no shell) with
+// `arguments` passed one by one. The child inherits the environment, the
+// working folder and standard input; standard output and standard error are
+// drained at the same time, so a child that writes a lot to either never
+// stalls. No descriptor of ours leaks into the child.
+ShellResult run(const std::string& executable, const std::vector<std::string>& arguments);
+
+// Runs one shell command line with administrator rights after the user has
+// authenticated: `/usr/bin/pkexec /bin/sh -c COMMAND`. The caller quotes the
+// command line. A dismissed or refused authentication comes back with a
+// non-zero status and the text "-128" in `err`, the marker the deletion flows
+// look for.
+ShellResult admin(const std::string& command);
+
+// `admin` through another elevation program given by absolute path (it is
+// called as ELEVATOR /bin/sh -c COMMAND). Tests pass a script here.
+ShellResult adminVia(const std::string& elevator, const std::string& command);
+
+// Escapes `text` for the inside of an AppleScript string literal: every
+// backslash is doubled first, then every double quote gets a backslash in
+// front (so those added backslashes are not doubled again).
+std::string appleScriptEscaped(const std::string& text);
+
+// The AppleScript that runs `command` as administrator on macOS:
+// do shell script "<escaped command>" with administrator privileges
+std::string appleScript(const std::string& command);
+
+}  // namespace Shell
+}  // namespace kelvane

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "system/file_error.h"
+
+namespace kelvane {
+
+// Moving items to the trash the way the freedesktop.org Trash specification
+// describes, so that file managers and trash-cli can list and restore them.
+namespace Trash {
+
+// The home trash: $XDG_DATA_HOME/Trash when XDG_DATA_HOME is an absolute
+// path, else $HOME/.local/share/Trash (HOME falling back to the password
+// database). Read from the environment on every call.
+std::string homeTrash();
+
+// Moves the item at `path` (not following a final symbolic link) into the
+// trash of its file system: the home trash when it lives on the same file
+// system, otherwise $topdir/.Trash/$uid (when $topdir/.Trash is a real,
+// sticky folder) or $topdir/.Trash-$uid. Returns nothing on success, or the
+// error of the system call that failed.
+std::optional<FileError> moveToTrash(const std::string& path);
+
+// `path` percent-encoded for the Path key of a .trashinfo file: bytes other
+// than ASCII letters, digits and "-_.~/" become %XX.
+std::string percentEncoded(const std::string& path);
+
+}  // namespace Trash
+}  // namespace kelvane

@@ -1,0 +1,73 @@
+#include "model_fixture.h"
+
+namespace kelvane::test {
+namespace {
+
+using Status = CategoryState::Status;
+
+TEST_F(ModelTest, AddingAFolderSelectsAndScansIt) {
+    makeFile("Projects/src/main.c", 5000);
+    makeModel();
+    services->folderToChoose = path("Projects");
+    model->addCustomFolder();
+    const std::string id = "custom:" + path("Projects");
+    ASSERT_EQ(model->categories().back().id, id);
+    const CleanCategory& added = model->categories().back();
+    EXPECT_EQ(added.name, "~/Projects");
+    EXPECT_EQ(added.detail, "手動で追加したフォルダ: " + path("Projects"));
+    EXPECT_EQ(added.group, "探索");
+    EXPECT_EQ(added.risk, Risk::caution);
+    EXPECT_EQ(model->selectedID(), std::optional<std::string>(id));
+    EXPECT_EQ(model->state(id).status, Status::scanning);
+    settle();
+    EXPECT_EQ(model->state(id).status, Status::done);
+
+    // Again: one category, not reset, rescanned.
+    model->addCustomFolder();
+    EXPECT_EQ(model->categories().size(), 36u);
+    EXPECT_EQ(model->state(id).status, Status::scanning);
+    settle();
+
+    services->folderToChoose = home;
+    model->addCustomFolder();
+    EXPECT_EQ(model->categories().back().name, "~");
+    model->removeCustomFolder(model->categories().back());
+    settle();
+
+    services->folderToChoose = std::nullopt;  // the chooser was cancelled
+    model->addCustomFolder();
+    EXPECT_EQ(model->categories().size(), 36u);
+}
+
+TEST_F(ModelTest, RemovingFolders) {
+    makeFolder("a");
+    makeFolder("b");
+    makeModel();
+    services->folderToChoose = path("a");
+    model->addCustomFolder();
+    const CleanCategory a = model->categories().back();
+    services->folderToChoose = path("b");
+    model->addCustomFolder();
+    const CleanCategory b = model->categories().back();
+
+    // Removed while scanning and unselected: the selection stays, the late
+    // finish changes nothing.
+    model->removeCustomFolder(a);
+    EXPECT_EQ(model->selectedID(), std::optional<std::string>(b.id));
+    EXPECT_EQ(model->states().count(a.id), 0u);
+    // Removed while selected: back to the overview.
+    model->removeCustomFolder(b);
+    EXPECT_EQ(model->selectedID(), std::optional<std::string>("__overview__"));
+    settle();
+    EXPECT_EQ(model->states().count(a.id), 0u);
+    EXPECT_EQ(model->categories().size(), 35u);
+
+    // Catalog rows cannot be removed.
+    const CleanCategory trash = model->categories()[29];
+    model->removeCustomFolder(trash);
+    EXPECT_EQ(model->categories().size(), 35u);
+    EXPECT_EQ(model->states().count("trash"), 1u);
+}
+
+}  // namespace
+}  // namespace kelvane::test

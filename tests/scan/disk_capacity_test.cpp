@@ -1,0 +1,27 @@
+#include <sys/statvfs.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "scan/disk_capacity.h"
+
+using namespace kelvane;
+
+TEST(DiskCapacity, FiguresAreThoseOfTheRootVolume) {
+    struct statvfs before {};
+    ASSERT_EQ(::statvfs("/", &before), 0);
+    const auto disk = DiskCapacity::current();
+    struct statvfs after {};
+    ASSERT_EQ(::statvfs("/", &after), 0);
+    ASSERT_TRUE(disk);
+
+    EXPECT_EQ(disk->total, static_cast<std::int64_t>(before.f_blocks * before.f_frsize));
+    // Others write to the disk meanwhile: the reading must lie between the two around it.
+    const auto a = static_cast<std::int64_t>(before.f_bavail * before.f_frsize);
+    const auto b = static_cast<std::int64_t>(after.f_bavail * after.f_frsize);
+    EXPECT_GE(disk->available, std::min(a, b));
+    EXPECT_LE(disk->available, std::max(a, b));
+    EXPECT_EQ(disk->availableForImportant, disk->available);
+    EXPECT_GT(disk->total, disk->available);
+}

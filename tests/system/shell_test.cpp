@@ -1,0 +1,99 @@
+#include "system/shell.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+
+#include "system/unique_fd.h"
+#include "test_support.h"
+
+namespace kelvane {
+namespace {
+
+using test::TempDir;
+using test::writeScript;
+
+TEST(ShellRun, ProgramThatCannotStartGivesMinusOneAndAReason) {
+    TempDir dir;
+    const ShellResult missing = Shell::run(dir / "no-such-program", {});
+    EXPECT_EQ(missing.status, -1);
+    EXPECT_EQ(missing.out, "");
+    EXPECT_NE(missing.err.find("No such file"), std::string::npos) << missing.err;
+    test::writeFile(dir / "not-executable", "#!/bin/sh\n");
+    EXPECT_EQ(Shell::run(dir / "not-executable", {}).status, -1);
+    // No PATH search: a bare name is not looked up.
+    EXPECT_EQ(Shell::run("sh", {"-c", "true"}).status, -1);
+}
+
+TEST(ShellRun, ArgumentsArriveVerbatimAndTheExitStatusComesBack) {
+    TempDir dir;
+    const std::string program = writeScript(dir.path(), "args", R"(printf '[%s]' "$@"; exit 7)");
+    const ShellResult r = Shell::run(program, {"a b", "$(echo no)", "'\"\\", "-x", ""});
+    EXPECT_EQ(r.status, 7);
+    EXPECT_EQ(r.out, "[a b][$(echo no)]['\"\\][-x][]");
+}
+
+TEST(ShellRun, DrainsMegabytesOnStandardErrorWithNothingOnStandardOutput) {
+    TempDir dir;
+    // Far more than a pipe holds: the child would hang if standard error were
+    // read only after standard output had closed.
+    const std::string program = writeScript(
+        dir.path(), "noisy", "head -c 8388608 /dev/zero | tr '\\0' x >&2; echo done >&2");
+    const ShellResult r = Shell::run(program, {});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.out, "");
+    ASSERT_EQ(r.err.size(), 8388608u + 5u);
+    EXPECT_EQ(r.err.find_first_not_of('x'), 8388608u);
+}
+
+TEST(ShellRun, KeepsTheTrailingLineFeedAndRepairsInvalidUtf8) {
+    TempDir dir;
+    const std::string program = writeScript(dir.path(), "bytes", R"(printf 'ok \377 \303\251\n')");
+    EXPECT_EQ(Shell::run(program, {}).out, "ok \xEF\xBF\xBD \xC3\xA9\n");
+}
+
+TEST(ShellRun, ChildKilledBySignalGivesTheSignalNumber) {
+    TempDir dir;
+    const std::string program = writeScript(dir.path(), "killed", "echo before; kill -9 $$");
+    const ShellResult r = Shell::run(program, {});
+    EXPECT_EQ(r.status, 9);
+    EXPECT_EQ(r.out, "before\n");
+}
+
+TEST(ShellRun, LeaksNoDescriptorIntoTheChild) {
+    // Not even one opened without close-on-exec by someone else.
+    UniqueFd stray(::open("/dev/null", O_RDONLY));
+    ASSERT_TRUE(stray.valid());
+    // 0, 1, 2 and the one ls opens for the listing itself.
+    EXPECT_EQ(Shell::run("/bin/ls", {"/proc/self/fd"}).out, "0\n1\n2\n3\n");
+}
+
+TEST(ShellAdmin, RunsTheCommandThroughShAndMarksADismissalWithMinus128) {
+    TempDir dir;
+    // Stands in for pkexec: records its arguments, then runs them.
+    const std::string elevator = writeScript(
+        dir.path(), "elevator", "printf '%s\\n' \"$@\" > \"$(dirname \"$0\")/argv\"; exec \"$@\"");
+    const ShellResult ran = Shell::adminVia(elevator, "echo it ran; exit 3");
+    EXPECT_EQ(ran.status, 3);
+    EXPECT_EQ(ran.out, "it ran\n");
+    EXPECT_EQ(test::readFile(dir / "argv"), "/bin/sh\n-c\necho it ran; exit 3\n");
+
+    const std::string dismissed =
+        writeScript(dir.path(), "dismissed", "echo 'Request dismissed' >&2; exit 126");
+    const ShellResult cancelled = Shell::adminVia(dismissed, "true");
+    EXPECT_NE(cancelled.status, 0);
+    EXPECT_NE(cancelled.err.find("Request dismissed"), std::string::npos);
+    EXPECT_NE(cancelled.err.find("-128"), std::string::npos);
+    // No authentication agent (127) is a failure, not a cancellation.
+    const ShellResult failed = Shell::adminVia(writeScript(dir.path(), "noagent", "exit 127"), "");
+    EXPECT_EQ(failed.status, 127);
+    EXPECT_EQ(failed.err.find("-128"), std::string::npos);
+}
+
+TEST(ShellAdmin, AppleScriptEscapingDoublesBackslashesBeforeEscapingQuotes) {
+    EXPECT_EQ(Shell::appleScriptEscaped(R"(a\b"c\"d 'e' $f)"), R"(a\\b\"c\\\"d 'e' $f)");
+    EXPECT_EQ(Shell::appleScript(R"(/bin/rm -rf '/tmp/a"b')"),
+              R"(do shell script "/bin/rm -rf '/tmp/a\"b'" with administrator privileges)");
+}
+
+}  // namespace
+}  // namespace kelvane
