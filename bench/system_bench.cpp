@@ -3,6 +3,7 @@
 // Times the deletion layer against the plain tools it stands in for and prints medians of 5
 // rounds as key=value lines:
 //   shell_drain_mib_per_s   Shell::run collecting 64 MiB from stdout and 64 MiB from stderr
+//   producer_mib_per_s      the same child writing to /dev/null instead (its own cost)
 //   shell_spawn_ms          Shell::run of /bin/true (start-up cost per tool call)
 //   remove_ms / rm_ms       TreeRemover::remove vs /bin/rm -rf on a tree of N files
 //   trash_ms / trash_put_ms Trash::moveToTrash vs trash-put for N/10 files (home trash in a
@@ -70,14 +71,14 @@ int run(int files) {
     const std::string base = pattern;
     setenv("XDG_DATA_HOME", (base + "/data").c_str(), 1);
 
-    std::vector<double> drain, spawn, remove, rm, trash, trashPut;
+    const std::string producer =
+        "head -c 67108864 /dev/zero & head -c 67108864 /dev/zero >&2; wait";
+    std::vector<double> drain, alone, spawn, remove, rm, trash, trashPut;
     for (int r = 0; r < rounds; ++r) {
-        const double drainMs = millisecondsOf([] {
-            Shell::run("/bin/sh", {"-c",
-                                   "head -c 67108864 /dev/zero & head -c 67108864 /dev/zero "
-                                   ">&2; wait"});
-        });
-        drain.push_back(128.0 / (drainMs / 1000.0));
+        drain.push_back(128e3 / millisecondsOf([&] { Shell::run("/bin/sh", {"-c", producer}); }));
+        alone.push_back(128e3 / millisecondsOf([&] {
+                            Shell::run("/bin/sh", {"-c", "(" + producer + ") >/dev/null 2>&1"});
+                        }));
         spawn.push_back(millisecondsOf([] { Shell::run("/bin/true", {}); }));
 
         const std::string a = base + "/a" + std::to_string(r), b = base + "/b" + std::to_string(r);
@@ -99,6 +100,7 @@ int run(int files) {
     }
     std::printf("files=%d\n", files);
     std::printf("shell_drain_mib_per_s=%.0f\n", median(drain));
+    std::printf("producer_mib_per_s=%.0f\n", median(alone));
     std::printf("shell_spawn_ms=%.2f\n", median(spawn));
     std::printf("remove_ms=%.1f\nrm_ms=%.1f\n", median(remove), median(rm));
     std::printf("trash_files=%d\ntrash_ms=%.1f\n", files / 10, median(trash));

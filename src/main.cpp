@@ -1,15 +1,12 @@
 #include <QApplication>
 
+#include "ui/kelvane_app.h"
 #include "ui/main_window.h"
-#include "ui/symbol_icons.h"
 
 int main(int argc, char** argv) {
-    QApplication app(argc, argv);
-    QApplication::setApplicationName("Kelvane");
-    QApplication::setOrganizationName("Kelvane");
-    kelvane::SymbolIcons::installTheme();
-
-    kelvane::MainWindow window;
-    window.show();
+    QApplication application(argc, argv);
+    kelvane::KelvaneApp::configureApplication();
+    kelvane::KelvaneApp app;
+    app.window().show();
     return QApplication::exec();
 }

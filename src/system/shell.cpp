@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstring>
 #include <string_view>
+#include <vector>
 
 #include "system/unique_fd.h"
 #include "system/utf8_repair.h"
@@ -22,6 +23,7 @@ namespace {
 constexpr const char* pkexecPath = "/usr/bin/pkexec";
 // pkexec's status when the user dismissed the dialog or was not authorised.
 constexpr int pkexecDismissed = 126;
+constexpr int pipeBytes = 1 << 20;
 
 std::string errnoText(int errnum) {
     char buffer[256];
@@ -55,13 +57,16 @@ int makePipe(Pipe& p) {
     if (pipe2(fds, O_CLOEXEC) != 0) return errno;
     p.read.reset(fds[0]);
     p.write.reset(fds[1]);
+    // A larger pipe means fewer wake-ups for a chatty child; the system may
+    // refuse (a per-user limit), and then the default size merely costs time.
+    (void)fcntl(fds[0], F_SETPIPE_SZ, pipeBytes);
     return 0;
 }
 
 // Reads both pipes until both are closed, whichever fills first, so the child
 // never blocks on a full pipe while we wait on the other one.
 int drain(UniqueFd& outFd, UniqueFd& errFd, std::string& out, std::string& err) {
-    char buffer[65536];
+    std::vector<char> buffer(1 << 20);
     while (outFd.valid() || errFd.valid()) {
         pollfd fds[2] = {{outFd.get(), POLLIN, 0}, {errFd.get(), POLLIN, 0}};
         if (poll(fds, 2, -1) < 0) {
@@ -72,9 +77,9 @@ int drain(UniqueFd& outFd, UniqueFd& errFd, std::string& out, std::string& err) 
             if (fds[k].fd < 0 || fds[k].revents == 0) continue;
             UniqueFd& fd = k == 0 ? outFd : errFd;
             std::string& sink = k == 0 ? out : err;
-            const ssize_t n = ::read(fd.get(), buffer, sizeof buffer);
+            const ssize_t n = ::read(fd.get(), buffer.data(), buffer.size());
             if (n > 0) {
-                sink.append(buffer, static_cast<std::size_t>(n));
+                sink.append(buffer.data(), static_cast<std::size_t>(n));
             } else if (n == 0 || errno != EINTR) {
                 fd.reset();
             }
@@ -165,7 +170,9 @@ ShellResult Shell::run(const std::string& executable, const std::vector<std::str
         // Like the platform's termination status: the signal's number.
         status = WTERMSIG(wstatus);
     }
-    return {status, repairedUtf8(out), repairedUtf8(err)};
+    repairUtf8(out);
+    repairUtf8(err);
+    return {status, std::move(out), std::move(err)};
 }
 
 ShellResult Shell::adminVia(const std::string& elevator, const std::string& command) {

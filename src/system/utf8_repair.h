@@ -11,4 +11,8 @@ namespace kelvane {
 // recommends; valid text passes through unchanged.
 std::string repairedUtf8(std::string_view bytes);
 
+// The same in place: valid text (the usual case) is left as it is, without
+// copying what may be megabytes of program output.
+void repairUtf8(std::string& text);
+
 }  // namespace kelvane

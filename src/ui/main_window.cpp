@@ -1,59 +1,70 @@
 #include "ui/main_window.h"
 
-#include <QHeaderView>
-#include <QLabel>
-#include <QSplitter>
-#include <QTreeWidget>
+#include <QAction>
+#include <QMenuBar>
+#include <QToolBar>
+#include <QToolButton>
 
-#include "core/catalog.h"
+#include "ui/content_view.h"
+#include "ui/detail_router.h"
+#include "ui/model_bridge.h"
+#include "ui/screen.h"
 #include "ui/symbol_icons.h"
 
 namespace kelvane {
 
-MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent) {
-    setWindowTitle("Kelvane");
+MainWindow::MainWindow(ModelBridge& bridge, QWidget* parent)
+    : QMainWindow(parent), bridge_(bridge) {
+    setWindowTitle(QStringLiteral("Kelvane"));
     setMinimumSize(980, 640);
+    resize(1180, 760);
+    setUnifiedTitleAndToolBarOnMac(true);
 
-    auto* splitter = new QSplitter(this);
-    sidebar_ = new QTreeWidget(splitter);
-    sidebar_->setHeaderHidden(true);
-    sidebar_->setRootIsDecorated(false);
-    sidebar_->setMinimumWidth(250);
-    sidebar_->setMaximumWidth(360);
-    detail_ = new QLabel("概要", splitter);
-    detail_->setAlignment(Qt::AlignCenter);
-    splitter->addWidget(sidebar_);
-    splitter->addWidget(detail_);
-    splitter->setStretchFactor(1, 1);
-    splitter->setCollapsible(0, false);
-    splitter->setSizes({290, 690});
-    setCentralWidget(splitter);
+    content_ = new ContentView(bridge_, this);
+    setCentralWidget(content_);
 
-    buildSidebar();
-    resize(1100, 720);
+    toolbar_ = addToolBar(QStringLiteral("ツールバー"));
+    toolbar_->setObjectName(QStringLiteral("mainToolbar"));
+    toolbar_->setMovable(false);
+    toolbar_->setFloatable(false);
+    toolbar_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    toolbar_->toggleViewAction()->setEnabled(false);
+    setContextMenuPolicy(Qt::NoContextMenu);
+
+    auto* addFolder = toolbar_->addAction(SymbolIcons::icon("folder.badge.plus"),
+                                          QStringLiteral("フォルダを追加"));
+    addFolder->setToolTip(QStringLiteral("任意のフォルダのサイズを調べる"));
+    connect(addFolder, &QAction::triggered, this, [this] { bridge_.model().addCustomFolder(); });
+
+    auto* rescanAll = toolbar_->addAction(SymbolIcons::icon("arrow.clockwise"),
+                                          QStringLiteral("すべて再スキャン"));
+    rescanAll->setToolTip(QStringLiteral("すべて再スキャン (⌘R)"));
+    connect(rescanAll, &QAction::triggered, this, [this] { bridge_.model().scanAll(); });
+    toolbar_->addSeparator();
+
+    // The menu holds the one command of our own; there is deliberately no
+    // command that opens a second window.
+    auto* view = menuBar()->addMenu(QStringLiteral("表示"));
+    auto* rescanMenu = view->addAction(QStringLiteral("すべて再スキャン"));
+    rescanMenu->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_R));
+    rescanMenu->setShortcutContext(Qt::ApplicationShortcut);
+    connect(rescanMenu, &QAction::triggered, this, [this] { bridge_.model().scanAll(); });
+
+    connect(content_->router(), &DetailRouter::screenChanged, this, &MainWindow::showScreenActions);
+    showScreenActions(content_->router()->current());
 }
 
-void MainWindow::buildSidebar() {
-    auto* overview = new QTreeWidgetItem(sidebar_, {"概要"});
-    overview->setIcon(0, SymbolIcons::icon("gauge.with.dots.needle.33percent"));
-    const auto categories = Catalog::all();
-    for (const std::string& group : Catalog::groupOrder()) {
-        QTreeWidgetItem* header = nullptr;
-        for (const CleanCategory& category : categories) {
-            if (category.group != group) continue;
-            if (header == nullptr) {
-                header = new QTreeWidgetItem(sidebar_, {QString::fromStdString(group)});
-                header->setFlags(Qt::ItemIsEnabled);
-                QFont font = header->font(0);
-                font.setBold(true);
-                header->setFont(0, font);
-            }
-            auto* row = new QTreeWidgetItem(header, {QString::fromStdString(category.name)});
-            row->setIcon(0, SymbolIcons::icon(category.icon));
-        }
-    }
-    sidebar_->expandAll();
-    sidebar_->setCurrentItem(overview);
+void MainWindow::showScreenActions(Screen* screen) {
+    for (QAction* action : screenActions_) toolbar_->removeAction(action);
+    screenActions_ = screen != nullptr ? screen->toolbarActions() : QList<QAction*>{};
+    toolbar_->addActions(screenActions_);
+}
+
+void MainWindow::showEvent(QShowEvent* event) {
+    QMainWindow::showEvent(event);
+    if (shown_) return;
+    shown_ = true;
+    emit firstShown();
 }
 
 }  // namespace kelvane

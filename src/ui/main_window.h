@@ -2,22 +2,41 @@
 
 #include <QMainWindow>
 
-class QTreeWidget;
-class QLabel;
+class QAction;
+class QToolBar;
 
 namespace kelvane {
 
-// The application's one window: the category sidebar beside the detail area.
+class ContentView;
+class ModelBridge;
+class Screen;
+
+// The application's one window: the content view, the toolbar with the two
+// global buttons followed by the current screen's own, and the menu with
+// "すべて再スキャン" (Ctrl+R).
 class MainWindow : public QMainWindow {
     Q_OBJECT
-public:
-    explicit MainWindow(QWidget* parent = nullptr);
+  public:
+    explicit MainWindow(ModelBridge& bridge, QWidget* parent = nullptr);
 
-private:
-    void buildSidebar();
+    ContentView* content() const { return content_; }
+    QToolBar* toolbar() const { return toolbar_; }
 
-    QTreeWidget* sidebar_ = nullptr;
-    QLabel* detail_ = nullptr;
+  signals:
+    // Emitted once, the first time the window is shown.
+    void firstShown();
+
+  protected:
+    void showEvent(QShowEvent* event) override;
+
+  private:
+    void showScreenActions(Screen* screen);
+
+    ModelBridge& bridge_;
+    ContentView* content_;
+    QToolBar* toolbar_;
+    QList<QAction*> screenActions_;
+    bool shown_ = false;
 };
 
 }  // namespace kelvane

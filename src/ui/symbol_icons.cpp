@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QHash>
+#include <QPainter>
 #include <QStringList>
 
 namespace kelvane::SymbolIcons {
@@ -52,6 +53,21 @@ const QHash<QString, QStringList>& table() {
         {"chevron.left", {"go-previous"}},
         {"doc", {"text-x-generic"}},
         {"link", {"emblem-symbolic-link", "insert-link"}},
+        {"stop.circle", {"process-stop", "media-playback-stop"}},
+        {"xmark.bin", {"edit-delete-shred", "edit-delete"}},
+        {"lock.fill", {"object-locked", "lock"}},
+        {"tray", {"folder-open", "inbox"}},
+        {"arrow.turn.down.right", {"emblem-symbolic-link", "go-jump"}},
+        {"applewatch", {"chronometer", "clock"}},
+        {"appletv", {"video-television", "computer"}},
+        {"visionpro", {"view-visible", "camera-photo"}},
+        {"internaldrive", {"drive-harddisk"}},
+        {"sparkles", {"edit-clear-all", "edit-clear"}},
+        {"chart.bar", {"view-statistics", "office-chart-bar"}},
+        {"list.bullet.rectangle", {"view-list-details", "view-list-text"}},
+        {"wrench.and.screwdriver.fill", {"tools", "configure"}},
+        {"exclamationmark.triangle", {"dialog-warning", "emblem-warning"}},
+        {"hand.raised", {"security-medium", "dialog-warning"}},
     };
     return map;
 }
@@ -82,6 +98,22 @@ QIcon icon(const std::string& symbolName) {
         }
     }
     return QIcon::fromTheme("folder");
+}
+
+QPixmap tinted(const std::string& symbolName, const QColor& color, int size) {
+    // Sidebar rows repaint often while scans run; tint each symbol once.
+    static QHash<QString, QPixmap> cache;
+    const QString key = QString::fromStdString(symbolName) + QLatin1Char('|') +
+                        color.name(QColor::HexArgb) + QLatin1Char('|') + QString::number(size);
+    if (const auto it = cache.constFind(key); it != cache.constEnd()) return *it;
+    QPixmap pixmap = icon(symbolName).pixmap(size, size);
+    if (pixmap.isNull()) return pixmap;
+    QPainter painter(&pixmap);
+    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+    painter.fillRect(pixmap.rect(), color);
+    painter.end();
+    cache.insert(key, pixmap);
+    return pixmap;
 }
 
 }  // namespace kelvane::SymbolIcons

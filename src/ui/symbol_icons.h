@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QColor>
 #include <QIcon>
+#include <QPixmap>
 #include <string>
 
 namespace kelvane {
@@ -14,6 +16,9 @@ namespace SymbolIcons {
 void installTheme();
 
 QIcon icon(const std::string& symbolName);
+
+// The symbol drawn in one colour (for risk tints and secondary styles).
+QPixmap tinted(const std::string& symbolName, const QColor& color, int size);
 
 }  // namespace SymbolIcons
 }  // namespace kelvane

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -34,6 +35,9 @@ class FakeServices : public Services {
     std::vector<std::vector<std::string>> runCalls;
     std::vector<std::vector<std::string>> adminCalls;
     std::vector<std::vector<std::string>> snapshotDeleteCalls;
+    // What the administrator run does to the disk before it answers with
+    // adminResult; nothing by default.
+    std::function<void(const std::vector<std::string>&)> adminEffect;
 
     std::optional<std::string> chooseFolder() override { return folderToChoose; }
     void reveal(const std::vector<std::string>& paths) override { revealed.push_back(paths); }
@@ -56,6 +60,7 @@ class FakeServices : public Services {
     ShellResult deleteAsAdmin(const std::vector<std::string>& paths) override {
         const std::lock_guard lock(mutex);
         adminCalls.push_back(paths);
+        if (adminEffect) adminEffect(paths);
         return adminResult;
     }
 };
@@ -70,6 +75,10 @@ class ModelTest : public ::testing::Test {
         home = pattern;
         queue = std::make_shared<ManualMainQueue>();
         services = std::make_shared<FakeServices>();
+        // Items moved to the trash land in the temporary home, never in the
+        // trash of whoever runs the tests.
+        if (const char* old = std::getenv("XDG_DATA_HOME")) oldDataHome = old;
+        ASSERT_EQ(::setenv("XDG_DATA_HOME", trashBase().c_str(), 1), 0);
     }
 
     void TearDown() override {
@@ -79,6 +88,38 @@ class ModelTest : public ::testing::Test {
         std::filesystem::permissions(home, std::filesystem::perms::owner_all,
                                      std::filesystem::perm_options::add, ignored);
         std::filesystem::remove_all(home, ignored);
+        if (oldDataHome) {
+            ::setenv("XDG_DATA_HOME", oldDataHome->c_str(), 1);
+        } else {
+            ::unsetenv("XDG_DATA_HOME");
+        }
+    }
+
+    // The folder holding the trash the model's deletions use.
+    std::string trashBase() const { return home + "/.local/share"; }
+    std::string trashFiles() const { return trashBase() + "/Trash/files"; }
+
+    // What the window does when the user confirms: the dialog goes away, then
+    // the action runs.
+    void confirm() {
+        ASSERT_TRUE(model->pendingAction().has_value());
+        const PendingAction action = *model->pendingAction();
+        model->setPendingAction(std::nullopt);
+        action.perform();
+    }
+
+    // The allocated size of the item itself, links not followed; -1 when
+    // lstat fails.
+    static std::int64_t allocated(const std::string& p) {
+        struct stat info {};
+        if (::lstat(p.c_str(), &info) != 0) return -1;
+        return static_cast<std::int64_t>(info.st_blocks) * 512;
+    }
+
+    // Whether the item itself exists, links not followed.
+    static bool present(const std::string& p) {
+        struct stat info {};
+        return ::lstat(p.c_str(), &info) == 0;
     }
 
     // Builds the model over the temporary home with the catalog's rows (or
@@ -133,6 +174,7 @@ class ModelTest : public ::testing::Test {
     std::shared_ptr<FakeServices> services;
     std::shared_ptr<AppModel> model;
     int diskReads = 0;
+    std::optional<std::string> oldDataHome;
 };
 
 }  // namespace kelvane::test

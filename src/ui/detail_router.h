@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QString>
+#include <QWidget>
+
+namespace kelvane {
+
+class ModelBridge;
+class Screen;
+
+// Fills the detail area with the screen for the current selection: the
+// overview, a folder category's browser (a fresh one per category), or one of
+// the two tool screens.
+class DetailRouter : public QWidget {
+    Q_OBJECT
+  public:
+    explicit DetailRouter(ModelBridge& bridge, QWidget* parent = nullptr);
+
+    Screen* current() const { return current_; }
+    // Identifies what is shown: "overview", "folders:ID", "snapshots:ID" or "runtimes:ID".
+    const QString& currentKey() const { return key_; }
+
+  signals:
+    void screenChanged(kelvane::Screen* screen);
+
+  private:
+    void route();
+
+    ModelBridge& bridge_;
+    Screen* current_ = nullptr;
+    QString key_;
+};
+
+}  // namespace kelvane
