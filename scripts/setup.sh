@@ -15,6 +15,8 @@ packages=(
   xvfb xauth fonts-noto-cjk breeze-icon-theme
   # trash interoperability checks, accessibility checks
   trash-cli at-spi2-core dbus dbus-x11 gir1.2-atspi-2.0 python3-gi
+  # checks of the installed files and the Debian package
+  desktop-file-utils appstream dpkg-dev
   # permission tests run as an unprivileged user; immutable-file tests
   util-linux passwd e2fsprogs
 )

@@ -25,4 +25,7 @@ if ctest --test-dir build -N -L model 2>/dev/null | grep -q 'Total Tests: [1-9]'
     -DKELVANE_BUILD_BENCH=OFF -DKELVANE_SANITIZE=thread >/dev/null
   ctest --test-dir build-tsan --output-on-failure --parallel "$jobs" -L model
 fi
+echo "== installation and Debian package"
+./scripts/check-install.sh build
+
 echo "== all tests passed"

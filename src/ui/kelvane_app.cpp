@@ -12,7 +12,8 @@
 namespace kelvane {
 
 void KelvaneApp::configureApplication() {
-    QApplication::setApplicationName(QStringLiteral("Kelvane"));
+    // Lower case, as the executable: assistive technology lists the app by this name.
+    QApplication::setApplicationName(QStringLiteral("kelvane"));
     QApplication::setOrganizationName(QStringLiteral("Kelvane"));
     QApplication::setApplicationDisplayName(QStringLiteral("Kelvane"));
     QApplication::setDesktopFileName(QStringLiteral("io.kelvane.Kelvane"));
@@ -20,11 +21,16 @@ void KelvaneApp::configureApplication() {
     SymbolIcons::installTheme();
 }
 
-KelvaneApp::KelvaneApp()
-    : queue_(std::make_shared<QtMainQueue>(this)), services_(std::make_shared<DesktopServices>()) {
-    bridge_ = std::make_unique<ModelBridge>(AppModel::create(queue_, services_));
+KelvaneApp::KelvaneApp(std::shared_ptr<Services> services,
+                       std::optional<ModelEnvironment> environment)
+    : queue_(std::make_shared<QtMainQueue>(this)),
+      services_(services ? std::move(services) : std::make_shared<DesktopServices>()) {
+    bridge_ = std::make_unique<ModelBridge>(AppModel::create(
+        queue_, services_, environment ? std::move(*environment) : ModelEnvironment::real()));
     window_ = std::make_unique<MainWindow>(*bridge_);
-    services_->setWindow(window_.get());
+    if (const auto desktop = std::dynamic_pointer_cast<DesktopServices>(services_)) {
+        desktop->setWindow(window_.get());
+    }
     connect(window_.get(), &MainWindow::firstShown, this, [this] { model().startInitialScan(); });
 }
 

@@ -2,11 +2,13 @@
 
 #include <QObject>
 #include <memory>
+#include <optional>
+
+#include "model/app_model.h"
 
 namespace kelvane {
 
-class AppModel;
-class DesktopServices;
+class Services;
 class MainWindow;
 class ModelBridge;
 class QtMainQueue;
@@ -17,7 +19,10 @@ class QtMainQueue;
 class KelvaneApp : public QObject {
     Q_OBJECT
   public:
-    KelvaneApp();
+    // The real desktop and machine by default; tests pass their own services
+    // (fakes for the tools) and environment (a temporary home).
+    explicit KelvaneApp(std::shared_ptr<Services> services = nullptr,
+                        std::optional<ModelEnvironment> environment = std::nullopt);
     ~KelvaneApp() override;
 
     AppModel& model() const;
@@ -30,7 +35,7 @@ class KelvaneApp : public QObject {
 
   private:
     std::shared_ptr<QtMainQueue> queue_;
-    std::shared_ptr<DesktopServices> services_;
+    std::shared_ptr<Services> services_;
     std::unique_ptr<ModelBridge> bridge_;
     std::unique_ptr<MainWindow> window_;
 };

@@ -3,6 +3,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <algorithm>
+#include <cmath>
 
 #include "ui/palette_roles.h"
 
@@ -17,13 +18,22 @@ SizeBar::SizeBar(double fraction, QColor color, QWidget* parent)
     : QWidget(parent), fraction_(fraction), color_(color) {
     setFixedHeight(static_cast<int>(kHeight));
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    updateAccessibleName();
 }
 
 void SizeBar::setFraction(double fraction) {
     if (fraction == fraction_) return;
     fraction_ = fraction;
+    updateAccessibleName();
     update();
 }
+
+QString SizeBar::percentText(double fraction) {
+    const double clamped = std::clamp(fraction, 0.0, 1.0);
+    return QString::number(static_cast<int>(std::lround(clamped * 100))) + QLatin1Char('%');
+}
+
+void SizeBar::updateAccessibleName() { setAccessibleName(percentText(fraction_)); }
 
 void SizeBar::setColor(QColor color) {
     color_ = color;

@@ -23,12 +23,17 @@ class SizeBar : public QWidget {
     // Paints a bar into `rect` (6 px high, centred vertically).
     static void paint(QPainter& painter, const QRectF& rect, double fraction, const QColor& color);
 
+    // What a screen reader says for a share: its whole percentage, clamped to 0–100.
+    static QString percentText(double fraction);
+
     QSize sizeHint() const override { return {90, 6}; }
 
   protected:
     void paintEvent(QPaintEvent* event) override;
 
   private:
+    void updateAccessibleName();
+
     double fraction_;
     QColor color_;
 };

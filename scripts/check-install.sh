@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Checks Kelvane as a user would get it: installs the build into a staging
+# folder and validates the desktop entry and AppStream data, then builds the
+# Debian package, installs it with apt, starts the installed `kelvane` from
+# PATH under Xvfb for a few seconds, and removes the package again.
+# Usage: scripts/check-install.sh BUILD_DIR
+set -euo pipefail
+cd "$(dirname "$0")/.."
+build=$(readlink -f "${1:-build}")
+if [ "$(id -u)" -eq 0 ]; then sudo=(); else sudo=(sudo); fi
+
+stage=$(mktemp -d /tmp/kelvane-stage-XXXXXX)
+trap 'rm -rf "$stage"' EXIT
+cmake --install "$build" --prefix "$stage/usr" >/dev/null
+for f in bin/kelvane share/applications/io.kelvane.Kelvane.desktop \
+         share/icons/hicolor/scalable/apps/io.kelvane.Kelvane.svg \
+         share/metainfo/io.kelvane.Kelvane.metainfo.xml; do
+  [ -f "$stage/usr/$f" ] || { echo "missing after install: $f" >&2; exit 1; }
+done
+desktop-file-validate "$stage/usr/share/applications/io.kelvane.Kelvane.desktop"
+appstreamcli validate --no-net --explain "$stage/usr/share/metainfo/io.kelvane.Kelvane.metainfo.xml" >/dev/null
+echo "install: staged files present and valid"
+
+(cd "$build" && cpack -G DEB >/dev/null)
+deb=$(ls -t "$build"/kelvane_*.deb | head -n 1)
+dpkg-deb --info "$deb" | grep -E 'Depends|Recommends'
+export DEBIAN_FRONTEND=noninteractive
+"${sudo[@]}" apt-get install -y -qq "$deb" >/dev/null
+status=0
+home=$(mktemp -d /tmp/kelvane-home-XXXXXX)
+# `timeout` ends the app after 5 s: 124 means it was still running, as it should.
+HOME=$home xvfb-run -a timeout 5 kelvane >/dev/null 2>"$stage/stderr" || status=$?
+rm -rf "$home"
+"${sudo[@]}" apt-get remove -y -qq kelvane >/dev/null
+if [ "$status" -ne 124 ]; then
+  echo "installed kelvane exited early with status $status:" >&2
+  cat "$stage/stderr" >&2
+  exit 1
+fi
+echo "package: $(basename "$deb") installs, starts from PATH and removes cleanly"

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QAbstractItemModel>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QTest>
+#include <QThread>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+#include "../model/model_fixture.h"
+#include "core/catalog.h"
+#include "model/tasks.h"
+#include "ui/kelvane_app.h"
+#include "ui/main_window.h"
+
+namespace kelvane::test {
+
+// A whole application over a temporary home, with fake tools, on the real
+// Qt event loop.
+class UiTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/kelvane-ui-XXXXXX";
+        ASSERT_NE(::mkdtemp(pattern), nullptr);
+        home = pattern;
+        services = std::make_shared<FakeServices>();
+    }
+
+    void TearDown() override {
+        if (app) {
+            waitFor([] { return runningTaskCount() == 0; });
+            app.reset();
+        }
+        std::error_code ignored;
+        std::filesystem::remove_all(home, ignored);
+    }
+
+    // Builds the app over the home (catalog rows unless given) and shows its window.
+    void launch(std::optional<std::vector<CleanCategory>> categories = std::nullopt,
+                bool startScan = true) {
+        ModelEnvironment env;
+        env.home = home;
+        env.categories = categories ? *categories : Catalog::build(home, home + "/tmpbase");
+        env.readDisk = [] { return std::optional<DiskInfo>(DiskInfo{500'000'000'000, 120'000'000'000, 120'000'000'000}); };
+        app = std::make_unique<KelvaneApp>(services, env);
+        if (!startScan) {
+            // Keep the launch scan from starting when the window shows.
+            QObject::disconnect(&app->window(), &MainWindow::firstShown, nullptr, nullptr);
+        }
+        app->window().resize(1180, 760);
+        app->window().show();
+        QApplication::processEvents();
+    }
+
+    AppModel& model() { return app->model(); }
+
+    // Runs the event loop until `done` holds; fails the test after 20 s.
+    template <typename Predicate>
+    bool waitFor(Predicate done, int limitMs = 20000) {
+        QElapsedTimer clock;
+        clock.start();
+        while (!done()) {
+            if (clock.elapsed() > limitMs) {
+                ADD_FAILURE() << "condition not reached in time";
+                return false;
+            }
+            QApplication::processEvents(QEventLoop::AllEvents, 20);
+            QThread::msleep(2);
+        }
+        QApplication::processEvents();
+        return true;
+    }
+
+    void waitForScans() {
+        waitFor([this] { return model().scanTasks().empty() && runningTaskCount() == 0; });
+    }
+
+    std::string path(const std::string& relative) const { return home + "/" + relative; }
+
+    void makeFile(const std::string& relative, std::size_t bytes) const {
+        const std::filesystem::path p = path(relative);
+        std::filesystem::create_directories(p.parent_path());
+        std::ofstream out(p, std::ios::binary);
+        out << std::string(bytes, 'x');
+    }
+
+    std::string home;
+    std::shared_ptr<FakeServices> services;
+    std::unique_ptr<KelvaneApp> app;
+};
+
+}  // namespace kelvane::test

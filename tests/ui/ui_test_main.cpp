@@ -1,0 +1,16 @@
+// The UI tests run on Qt's offscreen platform with one QApplication for the
+// whole program, created before any test.
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QLocale>
+
+#include "ui/kelvane_app.h"
+
+int main(int argc, char** argv) {
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    ::testing::InitGoogleTest(&argc, argv);
+    QApplication application(argc, argv);
+    kelvane::KelvaneApp::configureApplication();
+    return RUN_ALL_TESTS();
+}
