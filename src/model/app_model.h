@@ -96,6 +96,8 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     void setDisk(std::optional<DiskInfo> value);
     void setPendingAction(std::optional<PendingAction> value);
     void setNotice(std::optional<std::string> value);
+    // Reads the volume capacity afresh into `disk` (the overview's "更新").
+    void refreshDisk();
 
     // --- state and launch ---
     void startInitialScan();
@@ -156,7 +158,10 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
 
     // scan steps (main thread)
     void updateProgress(const std::string& id, std::int64_t bytes);
-    void finishScan(const std::string& id, const ScanStats& stats, bool cancelled);
+    // `walked` holds the totals of the roots this scan walked to the end;
+    // `task` is the handle of the scan that finished.
+    void finishScan(const std::string& id, const ScanStats& stats, bool cancelled,
+                    const std::map<std::string, std::int64_t>& walked, const TaskHandle& task);
 
     // deletion steps
     void performDelete(const std::vector<std::string>& paths, bool permanent);
@@ -165,7 +170,6 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     std::int64_t sizeForDeletion(const std::string& path) const;
     std::vector<std::string> childrenOfRoots(const std::string& id) const;
     void scanIfPresent(const std::string& id);
-    void refreshDisk();
 
     // Runs `work` off the main thread and hands its result to `then` on the
     // main thread, if the model still exists.

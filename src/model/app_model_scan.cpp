@@ -40,6 +40,7 @@ void AppModel::scan(const CleanCategory& category) {
         TaskPriority::utility, [weak = weak_from_this(), main = main_, store = store_,
                                 limiter = limiter_, id, roots](const TaskHandle& self) {
             ScanStats total;
+            std::map<std::string, std::int64_t> walked;
             {
                 ScanLimiter::Slot slot = limiter->acquire();
                 const auto cancelled = [&self] { return self.isCancelled(); };
@@ -57,14 +58,17 @@ void AppModel::scan(const CleanCategory& category) {
                     total.files += one.files;
                     total.dirs += one.dirs;
                     total.unreadable += one.unreadable;
+                    if (!self.isCancelled()) walked[root] = one.bytes;
                     main->post([weak, id, bytes = total.bytes] {
                         if (const auto model = weak.lock()) model->updateProgress(id, bytes);
                     });
                 }
             }  // the slot goes back here, on every path
             const bool wasCancelled = self.isCancelled();
-            main->postAndWait([weak, id, total, wasCancelled] {
-                if (const auto model = weak.lock()) model->finishScan(id, total, wasCancelled);
+            main->postAndWait([weak, id, total, wasCancelled, walked = std::move(walked), self] {
+                if (const auto model = weak.lock()) {
+                    model->finishScan(id, total, wasCancelled, walked, self);
+                }
             });
         });
     scanTasks_.insert_or_assign(id, handle);
@@ -78,17 +82,30 @@ void AppModel::updateProgress(const std::string& id, std::int64_t bytes) {
     notify(ModelField::states, id);
 }
 
-void AppModel::finishScan(const std::string& id, const ScanStats& stats, bool cancelled) {
+void AppModel::finishScan(const std::string& id, const ScanStats& stats, bool cancelled,
+                          const std::map<std::string, std::int64_t>& walked,
+                          const TaskHandle& task) {
     const auto it = states_.find(id);
     if (it == states_.end()) return;
+    // A cancelled scan records its partial result only while it is still the
+    // category's current scan (the user stopped it). One that a newer scan
+    // replaced stays silent — also when it ends after that newer scan, which
+    // would otherwise overwrite the newer counts with its partial ones.
     if (cancelled) {
-        const auto task = scanTasks_.find(id);
-        if (task != scanTasks_.end() && !task->second.isCancelled())
-            return;  // a newer scan owns it
+        const auto current = scanTasks_.find(id);
+        if (current == scanTasks_.end() || !(current->second == task)) return;
     }
     CategoryState& s = it->second;
     s.status = CategoryState::Status::done;
-    s.bytes = sizeOfRoots(s.roots);
+    // Categories nest (the Homebrew cache lies inside the user caches): the
+    // scan of an enclosing category removes our roots from the store before
+    // its walk records them again. A root we walked to the end but that is
+    // missing now counts what our own walk measured, rather than nothing.
+    s.bytes = 0;
+    for (const std::string& root : s.roots) {
+        const auto mine = walked.find(root);
+        s.bytes += store_->size(root).value_or(mine != walked.end() ? mine->second : 0);
+    }
     s.files = stats.files;
     s.dirs = stats.dirs;
     s.unreadable = stats.unreadable;
