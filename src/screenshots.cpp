@@ -15,6 +15,11 @@
 #include "ui/kelvane_app.h"
 #include "ui/main_window.h"
 
+#include <QMessageBox>
+#include <QPainter>
+#include <filesystem>
+#include <set>
+
 namespace {
 
 // Lets the event loop run until `done` holds or `limitMs` passes.
@@ -32,6 +37,64 @@ void runUntil(Predicate done, int limitMs) {
 bool save(QWidget& window, const QString& file) {
     const bool ok = window.grab().save(file);
     std::printf("%s%s\n", qPrintable(file), ok ? "" : " (failed)");
+    return ok;
+}
+
+// The folder browser of the category detail screen in the states worth a
+// look: several roots side by side, a folder with a selection, a folder that
+// cannot be read, and the confirmation that deleting the selection asks for.
+// Needs the demo home (scripts/make-demo-home.sh); the unreadable folder only
+// refuses a user other than root.
+bool saveDetailScenes(kelvane::KelvaneApp& app, const QString& out) {
+    kelvane::AppModel& model = app.model();
+    QWidget& window = app.window();
+    const auto settle = [&] {
+        runUntil([&] { return !model.entriesLoading() && kelvane::runningTaskCount() == 0; },
+                 20000);
+    };
+    const auto open = [&](std::optional<std::string> folder) {
+        model.setBrowserPath(std::move(folder));
+        model.setEntrySelection({});
+        model.loadEntries();
+        settle();
+    };
+    bool ok = true;
+    model.setSelectedID("node_caches");
+    settle();
+    open(std::nullopt);
+    ok = save(window, out + "/detail-top-level.png") && ok;
+
+    const std::string caches = model.home() + "/Library/Caches";
+    model.setSelectedID("user_caches");
+    settle();
+    open(caches);
+    std::set<std::string> chosen;
+    for (std::size_t i = 1; i < model.entries().size() && chosen.size() < 2; ++i)
+        chosen.insert(model.entries()[i].path);
+    model.setEntrySelection(chosen);
+    runUntil([] { return false; }, 200);
+    ok = save(window, out + "/detail-selection.png") && ok;
+
+    // The dialog is a window of its own: draw it over the main window.
+    model.confirmDelete(std::vector<std::string>(chosen.begin(), chosen.end()), false);
+    runUntil([] { return false; }, 300);
+    if (auto* box = window.findChild<QMessageBox*>()) {
+        QPixmap shot = window.grab();
+        const QPixmap dialog = box->grab();
+        QPainter painter(&shot);
+        painter.fillRect(shot.rect(), QColor(0, 0, 0, 60));
+        painter.drawPixmap((shot.width() - dialog.width()) / 2,
+                           (shot.height() - dialog.height()) / 3, dialog);
+        painter.end();
+        const QString file = out + "/detail-confirmation.png";
+        ok = shot.save(file) && ok;
+        std::printf("%s\n", qPrintable(file));
+        box->reject();
+        runUntil([] { return false; }, 200);
+    }
+
+    open(caches + "/com.example.locked");
+    ok = save(window, out + "/detail-unreadable.png") && ok;
     return ok;
 }
 
@@ -69,5 +132,7 @@ int main(int argc, char** argv) {
                  20000);
         ok = save(window, out + "/" + id + ".png") && ok;
     }
+    if (argc <= 2 && std::filesystem::exists(app.model().home() + "/.kelvane-demo-home"))
+        ok = saveDetailScenes(app, out) && ok;
     return ok ? 0 : 1;
 }

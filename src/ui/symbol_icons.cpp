@@ -57,7 +57,7 @@ const QHash<QString, QStringList>& table() {
         {"xmark.bin", {"edit-delete-shred", "edit-delete"}},
         {"lock.fill", {"object-locked", "lock"}},
         {"tray", {"folder-open", "inbox"}},
-        {"arrow.turn.down.right", {"emblem-symbolic-link", "go-jump"}},
+        {"arrow.turn.down.right", {"go-jump", "emblem-symbolic-link"}},
         {"applewatch", {"chronometer", "clock"}},
         {"appletv", {"video-television", "computer"}},
         {"visionpro", {"view-visible", "camera-photo"}},
@@ -67,6 +67,8 @@ const QHash<QString, QStringList>& table() {
         {"list.bullet.rectangle", {"view-list-details", "view-list-text"}},
         {"wrench.and.screwdriver.fill", {"tools", "configure"}},
         {"exclamationmark.triangle", {"dialog-warning", "emblem-warning"}},
+        {"exclamationmark.triangle.fill", {"dialog-warning", "emblem-warning"}},
+        {"clock", {"view-history", "chronometer"}},
         {"hand.raised", {"security-medium", "dialog-warning"}},
     };
     return map;

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QWidget>
+#include <string>
+#include <vector>
+
+#include "core/clean_category.h"
+
+class QLabel;
+class QPushButton;
+class QToolButton;
+
+namespace kelvane {
+
+class ModelBridge;
+class SizeFigure;
+class Spinner;
+
+// The top of a folder category's screen: what the category is and how risky
+// emptying it is, where it lives, what could not be read, its measured size
+// and counts, and the menu that empties it as a whole.
+class CategoryHeader : public QWidget {
+    Q_OBJECT
+  public:
+    CategoryHeader(ModelBridge& bridge, CleanCategory category, QWidget* parent = nullptr);
+
+    SizeFigure* figure() const { return figure_; }
+    QLabel* counts() const { return counts_; }
+    QLabel* roots() const { return roots_; }
+    QWidget* unreadableRow() const { return unreadableRow_; }
+    QLabel* unreadableText() const { return unreadableText_; }
+    QPushButton* openSettingsButton() const { return openSettings_; }
+    QToolButton* emptyMenuButton() const { return emptyMenu_; }
+
+    static QString advice(Risk risk);
+    // The roots for display: home shortened to "~", joined by a middle dot.
+    static QString rootsText(const std::vector<std::string>& roots, const std::string& home);
+
+  private:
+    void refresh();
+
+    ModelBridge& bridge_;
+    const CleanCategory category_;
+    QLabel* roots_;
+    QWidget* unreadableRow_;
+    QLabel* unreadableText_;
+    QPushButton* openSettings_;
+    Spinner* spinner_;
+    SizeFigure* figure_;
+    QLabel* counts_;
+    QToolButton* emptyMenu_;
+};
+
+}  // namespace kelvane
