@@ -43,7 +43,9 @@ bool launchFinished(const kelvane::AppModel& model) {
 
 std::optional<LaunchFigures> launchOnce(const std::string& home) {
     const auto queue = std::make_shared<kelvane::ManualMainQueue>();
-    kelvane::ModelEnvironment env{home, kelvane::Catalog::build(home, home + "/tmpbase"),
+    const std::string trashFiles = home + "/.local/share/Trash/files";
+    kelvane::ModelEnvironment env{home, trashFiles,
+                                  kelvane::Catalog::build(home, home + "/tmpbase", trashFiles),
                                   &kelvane::DiskCapacity::current};
     const auto model =
         kelvane::AppModel::create(queue, std::make_shared<kelvane::SystemServices>(), env);

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds a demo home folder for Kelvane: the places its catalog looks at
-# (caches, logs, developer tools, containers, package caches, the Trash, …)
-# filled with files of many sizes, so that
-#   scripts/make-demo-home.sh /tmp/demo-home && HOME=/tmp/demo-home ./build/src/kelvane
+# (caches, logs, developer tools, containers, package caches, the desktop
+# Trash, …) filled with files of many sizes, so that
+#   scripts/make-demo-home.sh /tmp/demo-home &&
+#     HOME=/tmp/demo-home XDG_DATA_HOME=/tmp/demo-home/.local/share ./build/src/kelvane
 # shows a realistic window. About 380 MB of really allocated blocks.
 #
 # It also holds what trips up careless code: hard links, symbolic links (one
@@ -55,6 +56,7 @@ echo "Kelvane demo home, made by scripts/make-demo-home.sh" >"$home/$marker"
 # start costs more than writing a file, so folders are made by one mkdir and
 # modification times set by one touch per age.
 declare -a blobPaths=() blobSizes=() textPaths=() textLines=() writePaths=() writeSizes=()
+declare -a infoNames=() infoOrigins=() infoAges=()
 declare -A folders=() aged=()
 
 queue() { # PATH AGE
@@ -89,6 +91,35 @@ many() {
   folders["$home/$1"]=1
 }
 
+# percent_encoded TEXT: TEXT with every byte other than ASCII letters, digits
+# and "/._~-" written as %XX, as the Path key of a .trashinfo file wants it.
+percent_encoded() {
+  local LC_ALL=C
+  local s="$1" out="" c i
+  for ((i = 0; i < ${#s}; i++)); do
+    c="${s:i:1}"
+    case "$c" in
+      [a-zA-Z0-9/._~-]) out+="$c" ;;
+      *) printf -v c '%%%02X' "'$c"; out+="$c" ;;
+    esac
+  done
+  printf '%s' "$out"
+}
+
+# trashed PATH BYTES AGE FROM: a file of BYTES at PATH inside the desktop
+# Trash's files folder (the home trash at the default XDG_DATA_HOME). The
+# first component of PATH is the trashed item; its info file says it was
+# trashed AGE ago from the folder FROM (relative to the home), so trash-list
+# and file managers show it and trash-restore can put it back.
+trash=".local/share/Trash"
+trashed() {
+  local item="${1%%/*}"
+  blob "$trash/files/$1" "$2" "$3"
+  infoNames+=("$item")
+  infoOrigins+=("$home/$4/$item")
+  infoAges+=("$3")
+}
+
 # Makes everything described so far.
 build() {
   local i j line chunk="" age
@@ -109,6 +140,12 @@ build() {
   for age in "${!aged[@]}"; do
     mapfile -t line < <(printf '%s' "${aged[$age]}")
     touch -d "$age ago" "${line[@]}"
+  done
+  if ((${#infoNames[@]})); then mkdir -p "$home/$trash/info"; fi
+  for i in "${!infoNames[@]}"; do
+    printf '[Trash Info]\nPath=%s\nDeletionDate=%s\n' "$(percent_encoded "${infoOrigins[$i]}")" \
+      "$(date -d "${infoAges[$i]} ago" +%Y-%m-%dT%H:%M:%S)" \
+      >"$home/$trash/info/${infoNames[$i]}.trashinfo"
   done
 }
 
@@ -215,10 +252,10 @@ text ".docker/config.json" 5
 blob ".android/avd/Pixel_7_API_34.avd/userdata-qemu.img" $((10 * MB)) "45 days"
 text ".android/avd/Pixel_7_API_34.ini" 4
 
-# --- the Trash and some ordinary user files ---
-blob ".Trash/old report.pdf" $((2 * MB)) "40 days"
-blob ".Trash/写真 2023.zip" $((6 * MB)) "2 days"
-blob ".Trash/Old Project/build/out.bin" $((1 * MB)) "300 days"
+# --- the desktop Trash and some ordinary user files ---
+trashed "old report.pdf" $((2 * MB)) "40 days" "Documents"
+trashed "写真 2023.zip" $((6 * MB)) "2 days" "Pictures"
+trashed "Old Project/build/out.bin" $((1 * MB)) "300 days" "Projects"
 blob "Documents/資料/企画書 最終版.pdf" $((1 * MB)) "10 days"
 blob "Downloads/installer.dmg" $((5 * MB)) "3 days"
 text "Desktop/memo.txt" 10

@@ -1,36 +1,14 @@
 #include "core/catalog.h"
 
-#include <pwd.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <vector>
 
+#include "core/home_folder.h"
+#include "core/home_trash.h"
 #include "core/path_text.h"
 
 namespace kelvane {
 namespace {
-
-std::string withoutTrailingSlash(std::string path) {
-    while (path.size() > 1 && path.back() == '/') path.pop_back();
-    return path;
-}
-
-std::string findHome() {
-    if (const char* env = std::getenv("HOME"); env != nullptr && env[0] == '/') {
-        return withoutTrailingSlash(env);
-    }
-    // No usable $HOME: ask the password database, as a login shell would.
-    long size = sysconf(_SC_GETPW_R_SIZE_MAX);
-    std::vector<char> buffer(size > 0 ? static_cast<std::size_t>(size) : 16384);
-    passwd entry{};
-    passwd* found = nullptr;
-    if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 &&
-        found != nullptr && found->pw_dir != nullptr && found->pw_dir[0] == '/') {
-        return withoutTrailingSlash(found->pw_dir);
-    }
-    return "/";
-}
 
 std::string findTemporaryFolder() {
     if (const char* env = std::getenv("TMPDIR"); env != nullptr && env[0] == '/') return env;
@@ -40,7 +18,13 @@ std::string findTemporaryFolder() {
 }  // namespace
 
 const std::string& Catalog::home() {
-    static const std::string value = findHome();
+    static const std::string value = HomeFolder::find();
+    return value;
+}
+
+const std::string& Catalog::trashFiles() {
+    static const std::string value =
+        HomeTrash::filesOf(HomeTrash::folderFor(home(), std::getenv("XDG_DATA_HOME")));
     return value;
 }
 
@@ -50,7 +34,7 @@ const std::string& Catalog::tempBase() {
 }
 
 std::vector<CleanCategory> Catalog::all() {
-    return build(home(), tempBase());
+    return build(home(), tempBase(), trashFiles());
 }
 
 const std::vector<std::string>& Catalog::groupOrder() {
@@ -61,6 +45,11 @@ const std::vector<std::string>& Catalog::groupOrder() {
 }
 
 std::vector<CleanCategory> Catalog::build(const std::string& home, const std::string& temp) {
+    return build(home, temp, HomeTrash::filesOf(HomeTrash::folderFor(home, nullptr)));
+}
+
+std::vector<CleanCategory> Catalog::build(const std::string& home, const std::string& temp,
+                                          const std::string& trashFiles) {
     // Patterns are the base path followed by a literal suffix that starts with
     // "/": plain concatenation, no separator added or removed.
     return {
@@ -371,7 +360,9 @@ std::vector<CleanCategory> Catalog::build(const std::string& home, const std::st
          "ゴミ箱の中身。空にするまで容量は解放されません。",
          Risk::safe,
          CategoryKind::folders,
-         {home + "/.Trash"},
+         // The desktop's home trash: what "ゴミ箱へ入れる" fills and file
+         // managers show, so emptying this row empties that trash.
+         {trashFiles},
          true,
          true},
         {"applications",

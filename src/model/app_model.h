@@ -31,6 +31,9 @@ namespace kelvane {
 // their own home folder, catalog and disk reader.
 struct ModelEnvironment {
     std::string home;
+    // The files folder of the home trash: what lies directly or deeper in it
+    // is already in the Trash and can only be deleted for good.
+    std::string trashFiles;
     std::vector<CleanCategory> categories;
     std::function<std::optional<DiskInfo>()> readDisk;
 

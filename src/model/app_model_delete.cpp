@@ -90,11 +90,16 @@ void AppModel::confirmDelete(const std::vector<std::string>& paths, bool permane
     if (paths.size() > kNamesShown)
         nameText += "\n…ほか " + count(paths.size() - kNamesShown) + " 項目";
 
-    // Items already in the Trash can only be deleted for good.
-    const std::string trashPrefix = env_.home + "/.Trash";
-    const bool effective =
-        permanent || std::all_of(paths.begin(), paths.end(),
-                                 [&](const std::string& p) { return startsWith(p, trashPrefix); });
+    // Items already in the Trash can only be deleted for good; moving them
+    // to the Trash again would only give them a new name there. Without a
+    // trash folder the prefix would be "/", which would turn every move to
+    // the Trash into a permanent deletion, so then nothing counts as trashed.
+    const std::string trashPrefix = env_.trashFiles + "/";
+    const bool inTrash = !env_.trashFiles.empty() &&
+                         std::all_of(paths.begin(), paths.end(), [&](const std::string& p) {
+                             return startsWith(p, trashPrefix);
+                         });
+    const bool effective = permanent || inTrash;
 
     std::string title = count(paths.size()) +
                         (effective ? " 項目を完全に削除しますか？" : " 項目をゴミ箱に入れますか？");

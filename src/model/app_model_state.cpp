@@ -16,7 +16,8 @@ constexpr std::chrono::milliseconds kInitialSelectionDelay{1500};
 }  // namespace
 
 ModelEnvironment ModelEnvironment::real() {
-    return ModelEnvironment{Catalog::home(), Catalog::all(), &DiskCapacity::current};
+    return ModelEnvironment{Catalog::home(), Catalog::trashFiles(), Catalog::all(),
+                            &DiskCapacity::current};
 }
 
 std::shared_ptr<AppModel> AppModel::create(std::shared_ptr<MainQueue> mainQueue,

@@ -46,9 +46,14 @@ DeleteOutcome Cleaner::deleteItems(const std::vector<std::string>& paths, bool p
             permanent ? TreeRemover::remove(path) : Trash::moveToTrash(path);
         if (error) {
             outcome.failures.push_back({path, *error});
-        } else {
-            outcome.deleted.push_back({path, size});
+            continue;
         }
+        outcome.deleted.push_back({path, size});
+        // Removing an item of the Trash for good leaves its info file behind
+        // unless we take it too. The item itself is gone either way, which is
+        // what the user asked for, so a stale info file that cannot be
+        // removed is not reported as a failed deletion.
+        if (permanent) static_cast<void>(Trash::forgetRemovedItem(path));
     }
     return outcome;
 }

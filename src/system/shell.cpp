@@ -52,14 +52,27 @@ struct Pipe {
     UniqueFd write;
 };
 
+// A copy of `fd` at 3 or above. A program started with standard streams
+// closed gets pipe ends numbered 0 to 2, which the child's dup2 onto 1 and 2
+// would clobber.
+int aboveStandardStreams(UniqueFd& fd) {
+    if (fd.get() > STDERR_FILENO) return 0;
+    UniqueFd moved(fcntl(fd.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    if (!moved.valid()) return errno;
+    fd = std::move(moved);
+    return 0;
+}
+
 int makePipe(Pipe& p) {
     int fds[2];
     if (pipe2(fds, O_CLOEXEC) != 0) return errno;
     p.read.reset(fds[0]);
     p.write.reset(fds[1]);
+    if (const int e = aboveStandardStreams(p.read)) return e;
+    if (const int e = aboveStandardStreams(p.write)) return e;
     // A larger pipe means fewer wake-ups for a chatty child; the system may
     // refuse (a per-user limit), and then the default size merely costs time.
-    (void)fcntl(fds[0], F_SETPIPE_SZ, pipeBytes);
+    (void)fcntl(p.read.get(), F_SETPIPE_SZ, pipeBytes);
     return 0;
 }
 

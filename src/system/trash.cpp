@@ -1,18 +1,17 @@
 #include "system/trash.h"
 
 #include <fcntl.h>
-#include <pwd.h>
 #include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <climits>
-#include <cstdlib>
 #include <ctime>
 #include <string_view>
 #include <vector>
 
+#include "core/home_trash.h"
 #include "core/path_text.h"
 #include "system/unique_fd.h"
 
@@ -23,17 +22,6 @@ constexpr std::string_view infoSuffix = ".trashinfo";
 // Room kept for the ".N" that makes a name unique, should it be needed.
 constexpr std::size_t counterRoom = 12;
 constexpr unsigned maxAttempts = 100000;
-
-std::string homeFolder() {
-    if (const char* home = std::getenv("HOME"); home != nullptr && *home != '\0') return home;
-    std::vector<char> buffer(16384);
-    passwd entry{};
-    passwd* found = nullptr;
-    if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found) {
-        return found->pw_dir;
-    }
-    return "/";
-}
 
 // Creates `path` and any missing parents with mode 0700, like mkdir -p.
 int makeFolders(const std::string& path) {
@@ -206,10 +194,30 @@ std::optional<FileError> moveInto(const TrashPlace& place, const std::string& pa
 }  // namespace
 
 std::string Trash::homeTrash() {
-    if (const char* data = std::getenv("XDG_DATA_HOME"); data != nullptr && data[0] == '/') {
-        return PathText::join(data, "Trash");
+    return HomeTrash::current();
+}
+
+std::optional<std::string> Trash::infoFileOf(const std::string& trashFolder,
+                                             const std::string& path) {
+    // Only the exact form "<files>/NAME" counts: a trashed item's name is one
+    // component, and anything deeper is part of an item, not an item.
+    const std::string files = HomeTrash::filesOf(trashFolder) + "/";
+    if (path.size() <= files.size() || path.compare(0, files.size(), files) != 0) {
+        return std::nullopt;
     }
-    return PathText::join(homeFolder(), ".local/share/Trash");
+    const std::string name = path.substr(files.size());
+    if (name.find('/') != std::string::npos || name == "." || name == "..") return std::nullopt;
+    return trashFolder + "/info/" + name + std::string(infoSuffix);
+}
+
+std::optional<FileError> Trash::forgetRemovedItem(const std::string& path) {
+    const std::optional<std::string> info = infoFileOf(homeTrash(), path);
+    if (!info) return std::nullopt;
+    // An item put in files/ by hand has no info file; that is fine.
+    if (::unlink(info->c_str()) != 0 && errno != ENOENT) {
+        return FileError::fromErrno(errno, "unlink", *info);
+    }
+    return std::nullopt;
 }
 
 std::string Trash::percentEncoded(const std::string& path) {

@@ -13,8 +13,20 @@ namespace Trash {
 
 // The home trash: $XDG_DATA_HOME/Trash when XDG_DATA_HOME is an absolute
 // path, else $HOME/.local/share/Trash (HOME falling back to the password
-// database). Read from the environment on every call.
+// database). Read from the environment on every call; the same folder the
+// catalog measures (core/home_trash.h holds the rule).
 std::string homeTrash();
+
+// The info file that describes `path` when `path` is an item directly inside
+// the files folder of `trashFolder`: <trashFolder>/info/NAME.trashinfo.
+// Nothing for any other path, including items deeper inside a trashed folder.
+std::optional<std::string> infoFileOf(const std::string& trashFolder, const std::string& path);
+
+// To be called after `path` was removed for good: when it was an item of the
+// home trash, removes the info file that described it, so that trash-cli and
+// file managers do not list an item that no longer exists. A missing info
+// file is no error; nothing else is ever touched.
+std::optional<FileError> forgetRemovedItem(const std::string& path);
 
 // Moves the item at `path` (not following a final symbolic link) into the
 // trash of its file system: the home trash when it lives on the same file

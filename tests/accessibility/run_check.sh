@@ -10,7 +10,7 @@ trap 'chmod -R u+rwx "$home" 2>/dev/null; rm -rf "$home"' EXIT
 if [ -x "$here/../../scripts/make-demo-home.sh" ]; then
   "$here/../../scripts/make-demo-home.sh" "$home" >/dev/null
 else
-  mkdir -p "$home/Library/Caches/app" "$home/.Trash"
+  mkdir -p "$home/Library/Caches/app" "$home/.local/share/Trash/files"
   head -c 300000 /dev/urandom >"$home/Library/Caches/app/blob"
 fi
 export NO_AT_BRIDGE=0

@@ -4,6 +4,7 @@
 #include <set>
 
 #include "core/catalog.h"
+#include "core/home_trash.h"
 
 using namespace kelvane;
 
@@ -54,6 +55,31 @@ TEST(Catalog, TemporaryBaseComesFromTheTemporaryFolder) {
     EXPECT_EQ(row(rows, "temp").patterns.front(), "/var/folders/xy/abc/C");
     EXPECT_FALSE(Catalog::tempBase().empty());
     EXPECT_NE(Catalog::home().back(), '/');
+}
+
+TEST(Catalog, TrashRowMeasuresTheDesktopTrash) {
+    // Two-argument callers get the trash XDG_DATA_HOME's default puts in home.
+    const auto defaults = Catalog::build("/h", "/t");
+    EXPECT_EQ(row(defaults, "trash").patterns,
+              std::vector<std::string>{"/h/.local/share/Trash/files"});
+
+    // A given trash folder moves only the trash row.
+    const auto moved = Catalog::build("/h", "/t", "/data/Trash/files");
+    EXPECT_EQ(row(moved, "trash").patterns, std::vector<std::string>{"/data/Trash/files"});
+    ASSERT_EQ(moved.size(), defaults.size());
+    for (std::size_t i = 0; i < moved.size(); ++i) {
+        if (moved[i].id != "trash") {
+            EXPECT_EQ(moved[i].patterns, defaults[i].patterns) << moved[i].id;
+        }
+    }
+    for (const auto& c : defaults) {
+        for (const auto& p : c.patterns) EXPECT_EQ(p.find("/.Trash"), std::string::npos) << c.id;
+    }
+
+    // The process's own row is the trash the system layer moves items into.
+    EXPECT_EQ(row(Catalog::all(), "trash").patterns,
+              std::vector<std::string>{Catalog::trashFiles()});
+    EXPECT_EQ(Catalog::trashFiles(), HomeTrash::filesOf(HomeTrash::current()));
 }
 
 TEST(Catalog, FlagsRisksAndKinds) {

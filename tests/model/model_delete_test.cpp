@@ -79,34 +79,53 @@ TEST_F(DeleteTest, ConfirmDeleteNamesFiveItemsAndCountsTheRest) {
 }
 
 TEST_F(DeleteTest, ItemsInTheHomeTrashAreOnlyDeletedForGood) {
-    makeFile(".Trash/old.txt", 5000);
-    makeFile(".Trash/dir/x", 5000);
+    makeTrashed("old.txt", 5000);
+    makeTrashed("dir/x", 5000);
+    makeTrashed("stay", 100);
     makeFile("c/live.txt", 100);
+    makeFile(".Trash/elsewhere", 100);
+    makeFile(".local/share/Trash/files-old/x", 100);
     makeScannedModel();
 
-    const std::vector<std::string> inTrash{path(".Trash/old.txt"), path(".Trash/dir")};
-    model->confirmDelete(inTrash, false);
-    EXPECT_EQ(model->pendingAction()->title, "2 項目を完全に削除しますか？");
+    const std::vector<std::string> inTrash{trashFiles() + "/old.txt", trashFiles() + "/dir"};
+    const auto titleFor = [&](const std::vector<std::string>& paths) {
+        model->confirmDelete(paths, false);
+        return model->pendingAction()->title;
+    };
+    EXPECT_EQ(titleFor(inTrash), "2 項目を完全に削除しますか？");
     EXPECT_TRUE(model->pendingAction()->message.ends_with("old.txt\ndir" + kIrreversible));
     EXPECT_EQ(model->pendingAction()->destructiveLabel, "完全に削除");
+    EXPECT_EQ(titleFor({trashFiles() + "/dir/x"}), "1 項目を完全に削除しますか？");
 
-    // One item outside the Trash puts the whole batch back into the Trash.
-    model->confirmDelete({path(".Trash/old.txt"), path("c/live.txt")}, false);
-    EXPECT_EQ(model->pendingAction()->title, "2 項目をゴミ箱に入れますか？");
+    // One item outside the Trash puts the whole batch back into the Trash;
+    // so does a folder that only looks like the Trash, or the old ~/.Trash.
+    EXPECT_EQ(titleFor({inTrash[0], path("c/live.txt")}), "2 項目をゴミ箱に入れますか？");
+    EXPECT_EQ(titleFor({path(".local/share/Trash/files-old/x")}), "1 項目をゴミ箱に入れますか？");
+    EXPECT_EQ(titleFor({path(".Trash/elsewhere")}), "1 項目をゴミ箱に入れますか？");
 
     model->confirmDelete(inTrash, false);
     confirmAndSettle();
-    EXPECT_FALSE(present(path(".Trash/old.txt")));
-    EXPECT_FALSE(present(path(".Trash/dir")));
-    EXPECT_FALSE(present(trashFiles() + "/old.txt"));
-    EXPECT_TRUE(present(path(".Trash")));
+    for (const std::string name : {"old.txt", "dir"}) {
+        EXPECT_FALSE(present(trashFiles() + "/" + name)) << name;
+        EXPECT_FALSE(present(trashInfo() + "/" + name + ".trashinfo")) << name;
+    }
+    // Nothing came back into the Trash, and the other trashed item is whole.
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(trashFiles()), {}), 1);
+    EXPECT_TRUE(present(trashInfo() + "/stay.trashinfo"));
     EXPECT_TRUE(present(path("c/live.txt")));
     EXPECT_TRUE(model->notice()->starts_with("2 項目を削除し、約 "));
+
+    // A model told of no trash folder never takes every path for trashed.
+    ModelEnvironment bare;
+    bare.home = home;
+    const auto other = AppModel::create(queue, services, bare);
+    other->confirmDelete({path("c/live.txt")}, false);
+    EXPECT_EQ(other->pendingAction()->title, "1 項目をゴミ箱に入れますか？");
 }
 
 TEST_F(DeleteTest, CleanCategoryTitlesMessagesAndRiskTexts) {
-    makeFile(".Trash/a", 3000);
-    makeFile(".Trash/b/c", 3000);
+    makeTrashed("a", 3000);
+    makeTrashed("b/c", 3000);
     makeFile("safe/one", 1000);
     makeFile("caution/one", 1000);
     makeFile("danger/one", 1000);
@@ -119,7 +138,7 @@ TEST_F(DeleteTest, CleanCategoryTitlesMessagesAndRiskTexts) {
     CleanCategory empty = folderCategory("empty", {path("empty")});
     makeFolder("empty");
     std::vector<CleanCategory> categories{safe, caution, danger, empty};
-    for (const CleanCategory& c : Catalog::build(home, home + "/tmpbase")) {
+    for (const CleanCategory& c : Catalog::build(home, home + "/tmpbase", trashFiles())) {
         if (c.id == "trash") categories.push_back(c);
     }
     makeModel(categories);
@@ -161,10 +180,11 @@ TEST_F(DeleteTest, CleanCategoryTitlesMessagesAndRiskTexts) {
                   kIrreversible);
     EXPECT_EQ(model->pendingAction()->destructiveLabel, "完全に削除");
     confirmAndSettle();
-    EXPECT_TRUE(present(path(".Trash")));
-    EXPECT_FALSE(present(path(".Trash/a")));
-    EXPECT_FALSE(present(path(".Trash/b")));
-    EXPECT_FALSE(present(trashFiles()));
+    // Emptied in place: the folder stays, its items and their info files go.
+    ASSERT_TRUE(present(trashFiles()));
+    EXPECT_TRUE(std::filesystem::is_empty(trashFiles()));
+    EXPECT_TRUE(std::filesystem::is_empty(trashInfo()));
+    EXPECT_EQ(model->state("trash").bytes, allocated(trashFiles()));
 
     model->setPendingAction(std::nullopt);
     model->setNotice(std::nullopt);
@@ -234,7 +254,7 @@ TEST_F(DeleteTest, MovingThreeItemsToTheTrashReportsAndRescansTheTrash) {
     makeFile("Library/Caches/one.db", 12'345);
     makeFile("Library/Caches/two.log", 1);
     makeFile("Library/Caches/keep", 4096);
-    makeFile(".Trash/earlier", 4096);
+    makeTrashed("earlier", 4096);
     makeModel();
     const std::vector<CleanCategory> categories = model->categories();
     for (const CleanCategory& c : categories) {
@@ -245,6 +265,10 @@ TEST_F(DeleteTest, MovingThreeItemsToTheTrashReportsAndRescansTheTrash) {
     const std::int64_t freed = stored("Library/Caches/app") +
                                allocated(path("Library/Caches/one.db")) +
                                allocated(path("Library/Caches/two.log"));
+    const std::int64_t trashBefore = model->state("trash").bytes;
+    const std::int64_t trashFolderBefore = allocated(trashFiles());
+    ASSERT_EQ(model->state("trash").roots, std::vector<std::string>{trashFiles()});
+    ASSERT_GT(trashBefore, 0);
 
     std::vector<std::string> events;
     Status trashStatus = model->state("trash").status;
@@ -285,6 +309,11 @@ TEST_F(DeleteTest, MovingThreeItemsToTheTrashReportsAndRescansTheTrash) {
     }
     EXPECT_TRUE(present(path("Library/Caches/keep")));
     EXPECT_TRUE(present(trashFiles() + "/app/sub/more"));
+
+    // The rescan sees the moved items in "ゴミ箱" (the files folder's own
+    // entry may have grown while taking three more names).
+    EXPECT_EQ(model->state("trash").bytes,
+              trashBefore + freed + allocated(trashFiles()) - trashFolderBefore);
 
     // The store and the category lose exactly what went away.
     EXPECT_EQ(stored("Library/Caches"), cachesBefore - freed);

@@ -98,6 +98,7 @@ class ModelTest : public ::testing::Test {
     // The folder holding the trash the model's deletions use.
     std::string trashBase() const { return home + "/.local/share"; }
     std::string trashFiles() const { return trashBase() + "/Trash/files"; }
+    std::string trashInfo() const { return trashBase() + "/Trash/info"; }
 
     // What the window does when the user confirms: the dialog goes away, then
     // the action runs.
@@ -127,7 +128,9 @@ class ModelTest : public ::testing::Test {
     void makeModel(std::optional<std::vector<CleanCategory>> categories = std::nullopt) {
         ModelEnvironment env;
         env.home = home;
-        env.categories = categories ? *categories : Catalog::build(home, home + "/tmpbase");
+        env.trashFiles = trashFiles();
+        env.categories =
+            categories ? *categories : Catalog::build(home, home + "/tmpbase", trashFiles());
         env.readDisk = [this]() -> std::optional<DiskInfo> {
             ++diskReads;
             return DiskInfo{1000, 500, 500};
@@ -153,6 +156,16 @@ class ModelTest : public ::testing::Test {
 
     void makeFolder(const std::string& relative) const {
         std::filesystem::create_directories(path(relative));
+    }
+
+    // A file of `bytes` at `relative` inside the trash's files folder, with
+    // the info file a desktop would have written for its top item.
+    void makeTrashed(const std::string& relative, std::size_t bytes) const {
+        const std::string item = relative.substr(0, relative.find('/'));
+        makeFile(".local/share/Trash/files/" + relative, bytes);
+        std::filesystem::create_directories(trashInfo());
+        std::ofstream(trashInfo() + "/" + item + ".trashinfo")
+            << "[Trash Info]\nPath=" << path(item) << "\nDeletionDate=2024-05-06T07:08:09\n";
     }
 
     static CleanCategory folderCategory(const std::string& id, std::vector<std::string> patterns,

@@ -1,8 +1,8 @@
 #include <algorithm>
 
 #include "model_fixture.h"
-#include "test_user.h"
 #include "scan/scanner.h"
+#include "test_user.h"
 
 namespace kelvane::test {
 namespace {
@@ -101,7 +101,7 @@ TEST_F(ModelTest, LaunchScanMeasuresEveryExistingCategory) {
     makeFile("Library/Logs/app.log", 9'000);
     makeFile(".npm/_cacache/index", 5'000);
     makeFile(".yarn/cache/pkg.zip", 7'000);
-    makeFile(".Trash/old.txt", 3'000);
+    makeTrashed("old.txt", 3'000);
     makeFile("Library/Containers/com.x/Data/Library/Caches/c", 11'000);
     makeFile("Library/Containers/.hidden/Data/Library/Caches/c", 13'000);
     makeModel();

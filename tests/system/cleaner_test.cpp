@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "system/shell.h"
+#include "system/trash.h"
 #include "test_support.h"
 
 namespace kelvane {
@@ -77,6 +78,57 @@ TEST(CleanerDelete, KeepsOrderAndSizesTakenBeforeAndGoesOnPastFailures) {
     const DeleteOutcome none = Cleaner::deleteItems({}, false, sizeOf);
     EXPECT_TRUE(none.deleted.empty() && none.failures.empty());
     EXPECT_EQ(asked.size(), 3u);
+}
+
+TEST(CleanerDelete, DeletingATrashedItemForGoodTakesItsInfoFileAndNothingElse) {
+    TempDir dir;
+    const test::ScopedEnv data("XDG_DATA_HOME", dir / "data");
+    const std::string trash = dir / "data/Trash";
+    test::makeFolder(dir / "gone");
+    test::writeFile(dir / "gone/inner", "x");
+    test::makeFolder(dir / "kept");
+    test::writeFile(dir / "kept/inner", "x");
+    ASSERT_FALSE(Trash::moveToTrash(dir / "gone"));
+    ASSERT_FALSE(Trash::moveToTrash(dir / "kept"));
+    // Same names outside the trash, an item without info, info without item.
+    test::writeFile(dir / "kept", "not trashed");
+    test::writeFile(trash + "/files/no-info", "x");
+    test::writeFile(trash + "/info/no-item.trashinfo", "[Trash Info]\n");
+    const auto sizeOf = [](const std::string&) { return std::int64_t(1); };
+
+    const DeleteOutcome outcome =
+        Cleaner::deleteItems({trash + "/files/gone", trash + "/files/kept/inner", dir / "kept",
+                              trash + "/files/no-info", trash + "/files/no-item"},
+                             true, sizeOf);
+    EXPECT_EQ(outcome.deleted.size(), 4u);
+    ASSERT_EQ(outcome.failures.size(), 1u);
+    EXPECT_EQ(outcome.failures[0].path, trash + "/files/no-item");
+
+    EXPECT_FALSE(test::exists(trash + "/files/gone"));
+    EXPECT_FALSE(test::exists(trash + "/info/gone.trashinfo"));
+    // Something inside a trashed folder, or a namesake elsewhere, is not the
+    // trashed item: its info file stays.
+    EXPECT_TRUE(test::exists(trash + "/files/kept"));
+    EXPECT_TRUE(test::exists(trash + "/info/kept.trashinfo"));
+    // A failed deletion touches nothing.
+    EXPECT_TRUE(test::exists(trash + "/info/no-item.trashinfo"));
+
+    // Moving to the trash never removes info files.
+    test::writeFile(dir / "again", "x");
+    const DeleteOutcome moved = Cleaner::deleteItems({dir / "again"}, false, sizeOf);
+    EXPECT_TRUE(moved.failures.empty());
+    EXPECT_TRUE(test::exists(trash + "/info/again.trashinfo"));
+}
+
+TEST(CleanerDelete, OnlyItemsDirectlyInTheFilesFolderHaveAnInfoFile) {
+    const std::string t = "/d/Trash";
+    EXPECT_EQ(Trash::infoFileOf(t, "/d/Trash/files/a b"), "/d/Trash/info/a b.trashinfo");
+    EXPECT_EQ(Trash::infoFileOf(t, "/d/Trash/files/.hidden"), "/d/Trash/info/.hidden.trashinfo");
+    for (const char* other : {"/d/Trash/files", "/d/Trash/files/", "/d/Trash/files/a/b",
+                              "/d/Trash/filesX/a", "/d/Trash/info/a", "/d/Trash/files/..",
+                              "/d/Trash/files/.", "/e/Trash/files/a", "relative/files/a"}) {
+        EXPECT_EQ(Trash::infoFileOf(t, other), std::nullopt) << other;
+    }
 }
 
 TEST(CleanerClassification, ThePosixCauseDecidesFirstThenTheFileDomainCode) {

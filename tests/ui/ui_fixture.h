@@ -45,6 +45,7 @@ protected:
                 bool startScan = true) {
         ModelEnvironment env;
         env.home = home;
+        env.trashFiles = home + "/.local/share/Trash/files";
         env.categories = categories ? *categories : Catalog::build(home, home + "/tmpbase");
         env.readDisk = [] { return std::optional<DiskInfo>(DiskInfo{500'000'000'000, 120'000'000'000, 120'000'000'000}); };
         app = std::make_unique<KelvaneApp>(services, env);
