@@ -5,7 +5,9 @@
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QPalette>
 #include <QPixmap>
+#include <QStyle>
 #include <QThread>
 #include <QTimer>
 #include <cstdio>
@@ -14,6 +16,7 @@
 #include "model/tasks.h"
 #include "ui/kelvane_app.h"
 #include "ui/main_window.h"
+#include "ui/symbol_icons.h"
 
 #include <QMessageBox>
 #include <QPainter>
@@ -98,6 +101,30 @@ bool saveDetailScenes(kelvane::KelvaneApp& app, const QString& out) {
     return ok;
 }
 
+// Qt's own style with a dark palette, as a dark desktop theme would give.
+void useDarkPalette() {
+    QApplication::setStyle(QStringLiteral("Fusion"));
+    QPalette p;
+    p.setColor(QPalette::Window, QColor(0x2b, 0x2d, 0x30));
+    p.setColor(QPalette::WindowText, QColor(0xe8, 0xe8, 0xe8));
+    p.setColor(QPalette::Base, QColor(0x1f, 0x21, 0x24));
+    p.setColor(QPalette::AlternateBase, QColor(0x2b, 0x2d, 0x30));
+    p.setColor(QPalette::Text, QColor(0xe8, 0xe8, 0xe8));
+    p.setColor(QPalette::Button, QColor(0x35, 0x38, 0x3b));
+    p.setColor(QPalette::ButtonText, QColor(0xe8, 0xe8, 0xe8));
+    p.setColor(QPalette::Highlight, QColor(0x3d, 0x8e, 0xd8));
+    p.setColor(QPalette::HighlightedText, Qt::white);
+    p.setColor(QPalette::ToolTipBase, QColor(0x35, 0x38, 0x3b));
+    p.setColor(QPalette::ToolTipText, QColor(0xe8, 0xe8, 0xe8));
+    p.setColor(QPalette::PlaceholderText, QColor(0x90, 0x90, 0x90));
+    p.setColor(QPalette::Disabled, QPalette::Text, QColor(0x80, 0x80, 0x80));
+    p.setColor(QPalette::Disabled, QPalette::ButtonText, QColor(0x80, 0x80, 0x80));
+    p.setColor(QPalette::Disabled, QPalette::WindowText, QColor(0x80, 0x80, 0x80));
+    p.setColor(QPalette::Mid, QColor(0x45, 0x48, 0x4b));
+    QApplication::setPalette(p);
+    kelvane::SymbolIcons::installTheme();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -110,7 +137,17 @@ int main(int argc, char** argv) {
         return 1;
     }
     QStringList ids;
-    for (int i = 2; i < argc; ++i) ids << QString::fromLocal8Bit(argv[i]);
+    bool dark = false;
+    for (int i = 2; i < argc; ++i) {
+        const QString arg = QString::fromLocal8Bit(argv[i]);
+        if (arg == QStringLiteral("--dark")) {
+            dark = true;
+        } else {
+            ids << arg;
+        }
+    }
+    const bool defaultScenes = ids.isEmpty();
+    if (dark) useDarkPalette();
     if (ids.isEmpty())
         ids << "user_caches"
             << "derived_data"
@@ -122,7 +159,8 @@ int main(int argc, char** argv) {
     kelvane::MainWindow& window = app.window();
     window.resize(1180, 760);
     window.show();
-    runUntil([] { return false; }, 300);
+    // Catch the launch scan early, while rows still grow.
+    runUntil([] { return false; }, 150);
     bool ok = save(window, out + "/scanning.png");
     runUntil([&] { return app.model().scanTasks().empty(); }, 60000);
     ok = save(window, out + "/overview.png") && ok;
@@ -132,7 +170,7 @@ int main(int argc, char** argv) {
                  20000);
         ok = save(window, out + "/" + id + ".png") && ok;
     }
-    if (argc <= 2 && std::filesystem::exists(app.model().home() + "/.kelvane-demo-home"))
+    if (defaultScenes && std::filesystem::exists(app.model().home() + "/.kelvane-demo-home"))
         ok = saveDetailScenes(app, out) && ok;
     return ok ? 0 : 1;
 }

@@ -39,11 +39,7 @@ BrowserFooter::BrowserFooter(ModelBridge& bridge, QWidget* parent)
 
     delete_ = new QPushButton(SymbolIcons::icon("xmark.bin"), QStringLiteral("完全に削除"), this);
     delete_->setAccessibleName(QStringLiteral("完全に削除"));
-    // The destructive one reads as such.
-    QPalette palette = delete_->palette();
-    palette.setColor(QPalette::Active, QPalette::ButtonText, PaletteRoles::red());
-    palette.setColor(QPalette::Inactive, QPalette::ButtonText, PaletteRoles::red());
-    delete_->setPalette(palette);
+    PaletteRoles::markDestructive(delete_);
     connect(delete_, &QPushButton::clicked, this, [this] {
         bridge_.model().confirmDelete(BrowserNavigation::selection(bridge_.model()), true);
     });

@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QFontDatabase>
 #include <QPalette>
+#include <QWidget>
 
 namespace kelvane {
 namespace {
@@ -60,6 +61,13 @@ QColor tertiaryText() {
 QColor withOpacity(QColor color, double opacity) {
     color.setAlphaF(static_cast<float>(color.alphaF() * opacity));
     return color;
+}
+
+void markDestructive(QWidget* button) {
+    QPalette palette = button->palette();
+    palette.setColor(QPalette::Active, QPalette::ButtonText, red());
+    palette.setColor(QPalette::Inactive, QPalette::ButtonText, red());
+    button->setPalette(palette);
 }
 
 }  // namespace PaletteRoles

@@ -3,6 +3,8 @@
 #include <QColor>
 #include <QFont>
 
+class QWidget;
+
 #include "core/risk.h"
 
 namespace kelvane {
@@ -22,6 +24,9 @@ QColor secondaryText();
 QColor tertiaryText();
 // `color` with its alpha multiplied by `opacity`.
 QColor withOpacity(QColor color, double opacity);
+// Gives a button the red label of a destructive command while it is enabled;
+// disabled, it looks like any disabled button.
+void markDestructive(QWidget* button);
 
 }  // namespace PaletteRoles
 

@@ -33,7 +33,9 @@ QString SizeBar::percentText(double fraction) {
     return QString::number(static_cast<int>(std::lround(clamped * 100))) + QLatin1Char('%');
 }
 
-void SizeBar::updateAccessibleName() { setAccessibleName(percentText(fraction_)); }
+void SizeBar::updateAccessibleName() {
+    setAccessibleName(percentText(fraction_));
+}
 
 void SizeBar::setColor(QColor color) {
     color_ = color;

@@ -1,8 +1,10 @@
 #include "ui/symbol_icons.h"
 
 #include <QDir>
+#include <QGuiApplication>
 #include <QHash>
 #include <QPainter>
+#include <QPalette>
 #include <QStringList>
 
 namespace kelvane::SymbolIcons {
@@ -85,8 +87,11 @@ void installTheme() {
         if (!paths.contains(icons) && QDir(icons).exists()) paths << icons;
     }
     QIcon::setThemeSearchPaths(paths);
-    if (QIcon::themeName().isEmpty() || QIcon::themeName() == "hicolor") {
-        QIcon::setThemeName("breeze");
+    if (QIcon::themeName().isEmpty() || QIcon::themeName() == "hicolor" ||
+        QIcon::themeName().startsWith("breeze")) {
+        // Breeze draws dark glyphs; on a dark palette they would vanish.
+        const bool dark = QGuiApplication::palette().color(QPalette::Window).lightness() < 128;
+        QIcon::setThemeName(dark ? "breeze-dark" : "breeze");
     }
     QIcon::setFallbackThemeName("hicolor");
 }
