@@ -37,7 +37,9 @@ void AppModel::addCustomFolder() {
 }
 
 void AppModel::removeCustomFolder(const CleanCategory& category) {
-    const std::string& id = category.id;
+    // A copy: the caller may pass one of our own categories, which the
+    // erase below destroys.
+    const std::string id = category.id;
     if (id.rfind(Catalog::kCustomPrefix, 0) != 0) return;
     if (const auto it = scanTasks_.find(id); it != scanTasks_.end()) it->second.cancel();
     const auto removed = std::remove_if(categories_.begin(), categories_.end(),
