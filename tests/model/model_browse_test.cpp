@@ -60,21 +60,6 @@ TEST_F(ModelTest, FirstVisitListsTheRootsThenRelistsWhenTheScanEnds) {
     EXPECT_EQ(model->entries()[0].size, model->store().size(path("one")));
 }
 
-TEST_F(ModelTest, UnreadableFolderShowsTheErrorText) {
-    makeModel({{folderCategory("c", {path("x")})}});
-    makeFolder("x");
-    model->scan(model->categories()[0]);
-    settle();
-    model->setSelectedID(std::string("c"));
-    model->setBrowserPath(path("x/vanished"));
-    model->loadEntries();
-    settle();
-    EXPECT_FALSE(model->entriesLoading());
-    EXPECT_TRUE(model->entries().empty());
-    EXPECT_EQ(model->entriesError(),
-              std::optional<std::string>("このフォルダは読み取れません (アクセス権がありません)"));
-}
-
 TEST_F(ModelTest, ACancelledListingNeverWrites) {
     for (int i = 0; i < 200; ++i) makeFile("big/d" + std::to_string(i) + "/f", 100);
     makeModel({{folderCategory("c", {path("big")})}});
@@ -132,7 +117,7 @@ TEST_F(ModelTest, CrumbsBelowTheFileSystemRoot) {
     settle();
 }
 
-TEST_F(ModelTest, SelectionIgnoresUnlistedPathsAndCountsUnknownAsZero) {
+TEST_F(ModelTest, SelectionIgnoresUnlistedPathsAndAnUnreadableFolderShowsTheError) {
     makeFile("s/file", 10'000);
     makeFolder("s/emptydir");
     makeModel({{folderCategory("s", {path("s")})}});
@@ -148,6 +133,14 @@ TEST_F(ModelTest, SelectionIgnoresUnlistedPathsAndCountsUnknownAsZero) {
     model->reveal({});
     ASSERT_EQ(services->revealed.size(), 1u);
     EXPECT_EQ(services->revealed[0], std::vector<std::string>{path("s")});
+
+    model->setBrowserPath(path("s/vanished"));
+    model->loadEntries();
+    settle();
+    EXPECT_FALSE(model->entriesLoading());
+    EXPECT_TRUE(model->entries().empty());
+    EXPECT_EQ(model->entriesError(),
+              std::optional<std::string>("このフォルダは読み取れません (アクセス権がありません)"));
 }
 
 }  // namespace

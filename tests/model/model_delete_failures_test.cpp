@@ -1,6 +1,3 @@
-#include <fcntl.h>
-#include <linux/fs.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,8 +8,8 @@
 #include "core/fmt.h"
 #include "core/path_text.h"
 #include "model_fixture.h"
+#include "support/run_as_test_user.h"
 #include "system/cleaner.h"
-#include "test_user.h"
 
 namespace kelvane::test {
 namespace {
@@ -23,51 +20,6 @@ const std::string kProtectedTail =
 const std::string kDeniedHead =
     " 項目はアクセス権が無いため削除できませんでした。管理者パスワードを入力して完全に削除できま"
     "す (rm -rf)。\n\n";
-
-// Sets or clears the immutable flag; errno on failure.
-int setImmutable(const std::string& p, bool on) {
-    const int fd = ::open(p.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0) return errno;
-    int flags = 0;
-    int result = ::ioctl(fd, FS_IOC_GETFLAGS, &flags);
-    if (result == 0) {
-        flags = on ? (flags | FS_IMMUTABLE_FL) : (flags & ~FS_IMMUTABLE_FL);
-        result = ::ioctl(fd, FS_IOC_SETFLAGS, &flags);
-    }
-    const int error = result == 0 ? 0 : errno;
-    ::close(fd);
-    return error;
-}
-
-// An immutable file for the life of the object: even root gets EPERM when
-// removing it, which is how the system protects items here.
-class Immutable {
-  public:
-    explicit Immutable(std::string p) : path_(std::move(p)), error_(setImmutable(path_, true)) {}
-    ~Immutable() {
-        if (error_ == 0) setImmutable(path_, false);
-    }
-    Immutable(const Immutable&) = delete;
-    Immutable& operator=(const Immutable&) = delete;
-    int error() const { return error_; }
-
-  private:
-    std::string path_;
-    int error_;
-};
-
-// Gives a folder that was made read-only back its write permission at the
-// end, so the temporary home can be removed.
-class Writable {
-  public:
-    explicit Writable(std::string p) : path_(std::move(p)) {}
-    ~Writable() { ::chmod(path_.c_str(), 0755); }
-    Writable(const Writable&) = delete;
-    Writable& operator=(const Writable&) = delete;
-
-  private:
-    std::string path_;
-};
 
 std::vector<std::string> lines(const std::string& text) {
     std::vector<std::string> out;
@@ -120,8 +72,8 @@ TEST_F(DeleteFailureTest, ProtectedAndFailedItemsAreReportedAndPartlyDeletedFold
     settle();
 
     // The folder lost its big file; what is left is measured again.
-    EXPECT_FALSE(present(path("c/part/big")));
-    EXPECT_TRUE(present(path("c/part/pinned")));
+    EXPECT_FALSE(exists(path("c/part/big")));
+    EXPECT_TRUE(exists(path("c/part/pinned")));
     SizeStore fresh;
     const std::int64_t partNow = Scanner::scan(path("c/part"), fresh).bytes;
     EXPECT_LT(partNow, part);
@@ -151,7 +103,7 @@ TEST_F(DeleteFailureTest, ProtectedAndFailedItemsAreReportedAndPartlyDeletedFold
     EXPECT_EQ(log.back().message, "4 項目の削除に失敗");
     EXPECT_TRUE(log.back().isError);
     EXPECT_FALSE(model->pendingAction());
-    EXPECT_TRUE(present(path("c/keep")));
+    EXPECT_TRUE(exists(path("c/keep")));
 }
 
 // As kelvane-test: one item moves to the Trash, one is protected (another
@@ -165,7 +117,6 @@ TEST_F(DeleteFailureTest, MixedFailuresEndInTheAdministratorOffer) {
         makeFile("c/locked/denied", 9000);
         makeFile("c/keep", 100);
         ASSERT_EQ(::chmod(path("c/locked").c_str(), 0555), 0);
-        const Writable restore(path("c/locked"));
         makeModel({{folderCategory("c", {path("c")})}});
         model->scan(model->categories()[0]);
         settle();
@@ -178,10 +129,10 @@ TEST_F(DeleteFailureTest, MixedFailuresEndInTheAdministratorOffer) {
         confirm();
         settle();
 
-        EXPECT_FALSE(present(path("c/plain")));
-        EXPECT_TRUE(present(trashFiles() + "/plain"));
-        EXPECT_TRUE(present(pinned));
-        EXPECT_TRUE(present(path("c/locked/denied")));
+        EXPECT_FALSE(exists(path("c/plain")));
+        EXPECT_TRUE(exists(trashFiles() + "/plain"));
+        EXPECT_TRUE(exists(pinned));
+        EXPECT_TRUE(exists(path("c/locked/denied")));
         const std::vector<LogEntry>& log = model->log();
         ASSERT_EQ(log.size(), 3u);
         EXPECT_EQ(log[0].message, "1 項目 (約 " + Fmt::bytes(plain) +
@@ -204,8 +155,8 @@ TEST_F(DeleteFailureTest, MixedFailuresEndInTheAdministratorOffer) {
         settle();
         EXPECT_EQ(services->adminCalls,
                   (std::vector<std::vector<std::string>>{{path("c/locked/denied")}}));
-        EXPECT_FALSE(present(path("c/locked/denied")));
-        EXPECT_TRUE(present(path("c/keep")));
+        EXPECT_FALSE(exists(path("c/locked/denied")));
+        EXPECT_TRUE(exists(path("c/keep")));
         EXPECT_EQ(model->busyMessage(), std::nullopt);
         EXPECT_EQ(model->notice(), "1 項目を削除しました。");
         EXPECT_EQ(model->log().back().message, "管理者権限で 1 項目を削除");
@@ -215,17 +166,14 @@ TEST_F(DeleteFailureTest, MixedFailuresEndInTheAdministratorOffer) {
         EXPECT_EQ(model->store().size(path("c/locked")), locked);
         return;
     }
-    if (!canRerunAsTestUser()) GTEST_SKIP() << "needs root, runuser and the kelvane-test account";
-    char pattern[] = "/tmp/kelvane-model-shared-XXXXXX";
-    ASSERT_NE(::mkdtemp(pattern), nullptr);
-    const std::string shared = pattern;
-    ASSERT_EQ(::chmod(shared.c_str(), 0755), 0);
+    if (!canRunAsTestUser()) GTEST_SKIP() << "needs root, runuser and the kelvane-test account";
+    const TempTree tree;
+    const std::string& shared = tree.path();
     ASSERT_EQ(::mkdir((shared + "/sticky").c_str(), 0777), 0);
     ASSERT_EQ(::chmod((shared + "/sticky").c_str(), 01777), 0);
     std::ofstream(shared + "/sticky/pinned") << "root's";
     EXPECT_EQ(rerunAsTestUser(shared), 0) << "the checks run as kelvane-test failed (see above)";
-    EXPECT_TRUE(present(shared + "/sticky/pinned"));
-    std::filesystem::remove_all(shared);
+    EXPECT_TRUE(exists(shared + "/sticky/pinned"));
 }
 
 // As kelvane-test, with folders the user may not write: eight denied folders
@@ -233,25 +181,20 @@ TEST_F(DeleteFailureTest, MixedFailuresEndInTheAdministratorOffer) {
 // run can end.
 TEST_F(DeleteFailureTest, AdministratorOutcomes) {
     if (!testUserFolder()) {
-        if (!canRerunAsTestUser())
-            GTEST_SKIP() << "needs root, runuser and the kelvane-test account";
+        if (!canRunAsTestUser()) GTEST_SKIP() << "needs root, runuser and the kelvane-test account";
         EXPECT_EQ(rerunAsTestUser("-"), 0) << "the checks run as kelvane-test failed (see above)";
         return;
     }
     std::vector<std::string> denied;
-    std::vector<std::unique_ptr<Writable>> restore;
     for (int i = 1; i <= 8; ++i) {
         const std::string name = "c/locked/d" + std::to_string(i);
         makeFile(name + "/f", 8192 * static_cast<std::size_t>(i));
         ASSERT_EQ(::chmod(path(name).c_str(), 0555), 0);
-        restore.push_back(std::make_unique<Writable>(path(name)));
         denied.push_back(path(name));
     }
     makeFile("c/again/e", 100);
     ASSERT_EQ(::chmod(path("c/again").c_str(), 0555), 0);
     ASSERT_EQ(::chmod(path("c/locked").c_str(), 0555), 0);
-    const Writable restoreLocked(path("c/locked"));
-    const Writable restoreAgain(path("c/again"));
     makeModel({{folderCategory("c", {path("c")})}});
     model->scan(model->categories()[0]);
     settle();
@@ -277,7 +220,7 @@ TEST_F(DeleteFailureTest, AdministratorOutcomes) {
     settle();
     ASSERT_EQ(services->adminCalls.size(), 1u);
     EXPECT_EQ(services->adminCalls[0], denied);
-    for (const std::string& d : denied) EXPECT_FALSE(present(d)) << d;
+    for (const std::string& d : denied) EXPECT_FALSE(exists(d)) << d;
     EXPECT_EQ(model->notice(), "8 項目を削除しました。");
     EXPECT_EQ(model->log().back().message, "管理者権限で 8 項目を削除");
     EXPECT_EQ(model->store().size(path("c")), c - freed);
@@ -297,7 +240,7 @@ TEST_F(DeleteFailureTest, AdministratorOutcomes) {
         confirm();
         settle();
         EXPECT_EQ(model->busyMessage(), std::nullopt);
-        EXPECT_TRUE(present(path("c/again/e")));
+        EXPECT_TRUE(exists(path("c/again/e")));
     };
 
     std::size_t logged = model->log().size();

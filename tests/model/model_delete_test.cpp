@@ -106,13 +106,13 @@ TEST_F(DeleteTest, ItemsInTheHomeTrashAreOnlyDeletedForGood) {
     model->confirmDelete(inTrash, false);
     confirmAndSettle();
     for (const std::string name : {"old.txt", "dir"}) {
-        EXPECT_FALSE(present(trashFiles() + "/" + name)) << name;
-        EXPECT_FALSE(present(trashInfo() + "/" + name + ".trashinfo")) << name;
+        EXPECT_FALSE(exists(trashFiles() + "/" + name)) << name;
+        EXPECT_FALSE(exists(trashInfo() + "/" + name + ".trashinfo")) << name;
     }
     // Nothing came back into the Trash, and the other trashed item is whole.
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(trashFiles()), {}), 1);
-    EXPECT_TRUE(present(trashInfo() + "/stay.trashinfo"));
-    EXPECT_TRUE(present(path("c/live.txt")));
+    EXPECT_TRUE(exists(trashInfo() + "/stay.trashinfo"));
+    EXPECT_TRUE(exists(path("c/live.txt")));
     EXPECT_TRUE(model->notice()->starts_with("2 項目を削除し、約 "));
 
     // A model told of no trash folder never takes every path for trashed.
@@ -129,11 +129,12 @@ TEST_F(DeleteTest, CleanCategoryTitlesMessagesAndRiskTexts) {
     makeFile("safe/one", 1000);
     makeFile("caution/one", 1000);
     makeFile("danger/one", 1000);
-    makeFile("danger/two", 1000);
+    makeFile("danger2/sub/two", 1000);
+    makeFile("outside", 1000);
     CleanCategory safe = folderCategory("safe", {path("safe")});
     CleanCategory caution = folderCategory("caution", {path("caution")});
     caution.risk = Risk::caution;
-    CleanCategory danger = folderCategory("danger", {path("danger")});
+    CleanCategory danger = folderCategory("danger", {path("danger"), path("danger2")});
     danger.risk = Risk::danger;
     CleanCategory empty = folderCategory("empty", {path("empty")});
     makeFolder("empty");
@@ -181,37 +182,24 @@ TEST_F(DeleteTest, CleanCategoryTitlesMessagesAndRiskTexts) {
     EXPECT_EQ(model->pendingAction()->destructiveLabel, "完全に削除");
     confirmAndSettle();
     // Emptied in place: the folder stays, its items and their info files go.
-    ASSERT_TRUE(present(trashFiles()));
+    ASSERT_TRUE(exists(trashFiles()));
     EXPECT_TRUE(std::filesystem::is_empty(trashFiles()));
     EXPECT_TRUE(std::filesystem::is_empty(trashInfo()));
     EXPECT_EQ(model->state("trash").bytes, allocated(trashFiles()));
 
-    model->setPendingAction(std::nullopt);
+    // Every root is emptied, but the roots themselves stay.
+    model->confirmCleanCategory(danger, true);
+    confirmAndSettle();
+    EXPECT_TRUE(exists(path("danger")) && exists(path("danger2")));
+    EXPECT_FALSE(exists(path("danger/one")) || exists(path("danger2/sub")));
+    EXPECT_TRUE(exists(path("outside")));
+    EXPECT_EQ(model->state("danger").bytes, stored("danger") + stored("danger2"));
+    EXPECT_EQ(stored("danger2"), allocated(path("danger2")));
+
     model->setNotice(std::nullopt);
     model->confirmCleanCategory(empty, false);
     EXPECT_FALSE(model->pendingAction());
     EXPECT_EQ(model->notice(), "削除する項目がありません");
-}
-
-TEST_F(DeleteTest, CleaningACategoryEmptiesEveryRootButKeepsTheRoots) {
-    makeFile("r1/a", 5000);
-    makeFile("r1/sub/b", 5000);
-    makeFile("r2/c", 5000);
-    makeFile("outside", 5000);
-    makeModel({{folderCategory("two", {path("r1"), path("r2")})}});
-    model->scan(model->categories()[0]);
-    settle();
-    model->confirmCleanCategory(model->categories()[0], true);
-    EXPECT_TRUE(model->pendingAction()->message.starts_with("3 項目 / 約 "));
-    confirmAndSettle();
-    EXPECT_TRUE(present(path("r1")));
-    EXPECT_TRUE(present(path("r2")));
-    EXPECT_FALSE(present(path("r1/a")));
-    EXPECT_FALSE(present(path("r1/sub")));
-    EXPECT_FALSE(present(path("r2/c")));
-    EXPECT_TRUE(present(path("outside")));
-    EXPECT_EQ(model->state("two").bytes, stored("r1") + stored("r2"));
-    EXPECT_EQ(stored("r1"), allocated(path("r1")));
 }
 
 TEST_F(DeleteTest, QuickCleanCountsOnlyMeasuredCategoriesButNamesAll) {
@@ -236,11 +224,11 @@ TEST_F(DeleteTest, QuickCleanCountsOnlyMeasuredCategoriesButNamesAll) {
                   "(その場合はアプリを終了して再実行)。");
     EXPECT_EQ(model->pendingAction()->destructiveLabel, "完全に削除");
     confirmAndSettle();
-    EXPECT_FALSE(present(path("done/a")));
-    EXPECT_FALSE(present(path("done/b")));
-    EXPECT_FALSE(present(trashFiles()));  // never to the Trash
-    EXPECT_TRUE(present(path("never/x")));
-    EXPECT_TRUE(present(path("unticked/y")));
+    EXPECT_FALSE(exists(path("done/a")));
+    EXPECT_FALSE(exists(path("done/b")));
+    EXPECT_FALSE(exists(trashFiles()));  // never to the Trash
+    EXPECT_TRUE(exists(path("never/x")));
+    EXPECT_TRUE(exists(path("unticked/y")));
 
     model->setPendingAction(std::nullopt);
     model->confirmQuickClean({"never"});
@@ -302,13 +290,13 @@ TEST_F(DeleteTest, MovingThreeItemsToTheTrashReportsAndRescansTheTrash) {
     EXPECT_GT(diskReads, readsBefore);
 
     for (const std::string name : {"app", "one.db", "two.log"}) {
-        EXPECT_FALSE(present(path("Library/Caches/" + name))) << name;
-        EXPECT_TRUE(present(trashFiles() + "/" + name)) << name;
+        EXPECT_FALSE(exists(path("Library/Caches/" + name))) << name;
+        EXPECT_TRUE(exists(trashFiles() + "/" + name)) << name;
         EXPECT_TRUE(readText(trashBase() + "/Trash/info/" + name + ".trashinfo")
                         .find("Path=" + path("Library/Caches/" + name)) != std::string::npos);
     }
-    EXPECT_TRUE(present(path("Library/Caches/keep")));
-    EXPECT_TRUE(present(trashFiles() + "/app/sub/more"));
+    EXPECT_TRUE(exists(path("Library/Caches/keep")));
+    EXPECT_TRUE(exists(trashFiles() + "/app/sub/more"));
 
     // The rescan sees the moved items in "ゴミ箱" (the files folder's own
     // entry may have grown while taking three more names).
@@ -348,10 +336,10 @@ TEST_F(DeleteTest, PermanentDeletionLowersEveryAncestorByTheDeletedAmount) {
     const std::string summary = "2 項目を削除し、約 " + Fmt::bytes(freed) + " を解放しました。";
     EXPECT_EQ(model->log().back().message, summary);
     EXPECT_EQ(model->notice(), summary);
-    EXPECT_FALSE(present(path("c/x/y")));
-    EXPECT_TRUE(present(path("c/x/stay")));
-    EXPECT_TRUE(present(path("c/keep/k")));
-    EXPECT_FALSE(present(trashFiles()));
+    EXPECT_FALSE(exists(path("c/x/y")));
+    EXPECT_TRUE(exists(path("c/x/stay")));
+    EXPECT_TRUE(exists(path("c/keep/k")));
+    EXPECT_FALSE(exists(trashFiles()));
 
     // A fresh walk agrees with the corrected numbers.
     SizeStore fresh;
@@ -388,7 +376,7 @@ TEST_F(DeleteTest, AConfirmationOutlivingTheModelDoesNothing) {
     model.reset();
     action.perform();
     settle();
-    EXPECT_TRUE(present(path("c/f")));
+    EXPECT_TRUE(exists(path("c/f")));
 }
 
 TEST_F(DeleteTest, TheBrowserStepsOutOfDeletedFolders) {
@@ -419,32 +407,15 @@ TEST_F(DeleteTest, TheBrowserStepsOutOfDeletedFolders) {
     EXPECT_EQ(model->browserPath(), home);
 }
 
-TEST_F(DeleteTest, ALinkToAFolderLosesTheLinkOnly) {
-    makeFile("target/inside", 50'000);
-    makeFolder("c");
-    ASSERT_EQ(::symlink(path("target").c_str(), path("c/link").c_str()), 0);
-    ASSERT_EQ(::symlink(path("target").c_str(), path("c/link2").c_str()), 0);
-    makeScannedModel();
-
-    model->confirmDelete({path("c/link")}, false);
-    confirmAndSettle();
-    struct stat info {};
-    ASSERT_EQ(::lstat((trashFiles() + "/link").c_str(), &info), 0);
-    EXPECT_TRUE(S_ISLNK(info.st_mode));
-
-    model->confirmDelete({path("c/link2")}, true);
-    confirmAndSettle();
-    EXPECT_FALSE(present(path("c/link")));
-    EXPECT_FALSE(present(path("c/link2")));
-    EXPECT_TRUE(present(path("target/inside")));
-}
-
-TEST_F(DeleteTest, NamesThatAreNotUtf8AreDeletedByTheirListedPath) {
+TEST_F(DeleteTest, LinksLoseTheLinkOnlyAndNonUtf8NamesGoByTheirListedPath) {
     const std::string toTrash = "\xff\xfe.bin";
     const std::string forGood = "caf\xe9";
+    makeFile("target/inside", 50'000);
     makeFile("c/" + toTrash, 5000);
     makeFile("c/" + forGood, 5000);
     makeFile("c/plain", 5000);
+    ASSERT_EQ(::symlink(path("target").c_str(), path("c/link").c_str()), 0);
+    ASSERT_EQ(::symlink(path("target").c_str(), path("c/link2").c_str()), 0);
     makeScannedModel();
     model->setSelectedID("c");
     model->didChangeSelection();
@@ -460,20 +431,25 @@ TEST_F(DeleteTest, NamesThatAreNotUtf8AreDeletedByTheirListedPath) {
     ASSERT_EQ(first, path("c/" + toTrash));
     ASSERT_EQ(second, path("c/" + forGood));
 
-    model->confirmDelete({first}, false);
+    model->confirmDelete({path("c/link"), first}, false);
     confirmAndSettle();
-    EXPECT_TRUE(present(trashFiles() + "/" + toTrash));
-    EXPECT_NE(readText(trashBase() + "/Trash/info/" + toTrash + ".trashinfo").find("%FF%FE.bin"),
+    struct stat info {};
+    ASSERT_EQ(::lstat((trashFiles() + "/link").c_str(), &info), 0);
+    EXPECT_TRUE(S_ISLNK(info.st_mode));
+    EXPECT_TRUE(exists(trashFiles() + "/" + toTrash));
+    EXPECT_NE(readText(trashInfo() + "/" + toTrash + ".trashinfo").find("%FF%FE.bin"),
               std::string::npos);
 
-    const std::int64_t size = allocated(second);
-    model->confirmDelete({second}, true);
+    const std::int64_t size = allocated(second) + allocated(path("c/link2"));
+    model->confirmDelete({path("c/link2"), second}, true);
     confirmAndSettle();
-    EXPECT_FALSE(present(first));
-    EXPECT_FALSE(present(second));
-    EXPECT_TRUE(present(path("c/plain")));
+    for (const std::string& gone : {path("c/link"), path("c/link2"), first, second}) {
+        EXPECT_FALSE(exists(gone)) << gone;
+    }
+    EXPECT_TRUE(exists(path("target/inside")));
+    EXPECT_TRUE(exists(path("c/plain")));
     EXPECT_EQ(model->entries().size(), 1u);
-    EXPECT_EQ(model->notice(), "1 項目を削除し、約 " + Fmt::bytes(size) + " を解放しました。");
+    EXPECT_EQ(model->notice(), "2 項目を削除し、約 " + Fmt::bytes(size) + " を解放しました。");
 }
 
 }  // namespace

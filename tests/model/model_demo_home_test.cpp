@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdlib>
 
 #include "model/file_probe.h"
@@ -28,8 +29,14 @@ TEST_F(ModelTest, LaunchOverTheDemoHome) {
                       .c_str()),
               0);
     makeModel(Catalog::build(demo, path("tmpbase")));
+    std::size_t mostAtOnce = 0;
+    model->subscribe([&](const ModelChange&) {
+        mostAtOnce = std::max<std::size_t>(mostAtOnce, model->limiter().active());
+    });
     model->startInitialScan();
     settle();
+    EXPECT_LE(mostAtOnce, 4u);
+    EXPECT_TRUE(model->scanTasks().empty());
     // Categories whose roots nest (Library/Containers holds every container's
     // caches) are walked at the same time; the one walking the outer folder
     // clears the inner roots from the store until it records them again, so a
@@ -60,6 +67,7 @@ TEST_F(ModelTest, LaunchOverTheDemoHome) {
         }
         ++done;
         EXPECT_EQ(s.status, Status::done) << category.id;
+        EXPECT_TRUE(s.lastScan.has_value()) << category.id;
         EXPECT_EQ(s.roots, roots) << category.id;
         ScanStats expected;
         for (const std::string& root : roots) {

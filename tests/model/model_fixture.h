@@ -16,6 +16,8 @@
 #include "core/catalog.h"
 #include "model/app_model.h"
 #include "model/manual_main_queue.h"
+#include "support/scoped_env.h"
+#include "support/temp_tree.h"
 
 namespace kelvane::test {
 
@@ -70,29 +72,13 @@ class FakeServices : public Services {
 class ModelTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        char pattern[] = "/tmp/kelvane-model-XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        home = pattern;
         queue = std::make_shared<ManualMainQueue>();
         services = std::make_shared<FakeServices>();
-        // Items moved to the trash land in the temporary home, never in the
-        // trash of whoever runs the tests.
-        if (const char* old = std::getenv("XDG_DATA_HOME")) oldDataHome = old;
-        ASSERT_EQ(::setenv("XDG_DATA_HOME", trashBase().c_str(), 1), 0);
     }
 
     void TearDown() override {
         if (model) settle();
         model.reset();
-        std::error_code ignored;
-        std::filesystem::permissions(home, std::filesystem::perms::owner_all,
-                                     std::filesystem::perm_options::add, ignored);
-        std::filesystem::remove_all(home, ignored);
-        if (oldDataHome) {
-            ::setenv("XDG_DATA_HOME", oldDataHome->c_str(), 1);
-        } else {
-            ::unsetenv("XDG_DATA_HOME");
-        }
     }
 
     // The folder holding the trash the model's deletions use.
@@ -107,20 +93,6 @@ class ModelTest : public ::testing::Test {
         const PendingAction action = *model->pendingAction();
         model->setPendingAction(std::nullopt);
         action.perform();
-    }
-
-    // The allocated size of the item itself, links not followed; -1 when
-    // lstat fails.
-    static std::int64_t allocated(const std::string& p) {
-        struct stat info {};
-        if (::lstat(p.c_str(), &info) != 0) return -1;
-        return static_cast<std::int64_t>(info.st_blocks) * 512;
-    }
-
-    // Whether the item itself exists, links not followed.
-    static bool present(const std::string& p) {
-        struct stat info {};
-        return ::lstat(p.c_str(), &info) == 0;
     }
 
     // Builds the model over the temporary home with the catalog's rows (or
@@ -182,12 +154,16 @@ class ModelTest : public ::testing::Test {
                              false};
     }
 
-    std::string home;
+    // Removed with all its modes and flags when the test ends, after the model.
+    TempTree homeTree;
+    std::string home = homeTree.path();
+    // Items moved to the trash land in the temporary home, never in the trash
+    // of whoever runs the tests.
+    ScopedEnv dataHome{"XDG_DATA_HOME", home + "/.local/share"};
     std::shared_ptr<ManualMainQueue> queue;
     std::shared_ptr<FakeServices> services;
     std::shared_ptr<AppModel> model;
     int diskReads = 0;
-    std::optional<std::string> oldDataHome;
 };
 
 }  // namespace kelvane::test

@@ -6,15 +6,16 @@
 #include "scan/path_glob.h"
 #include "scan/scanner.h"
 #include "scan/size_store.h"
-#include "scan/temp_tree.h"
+#include "support/run_as_test_user.h"
+#include "support/temp_tree.h"
 
 // These run their checks as the unprivileged user kelvane-test, for whom EACCES really happens.
 
 using namespace kelvane;
-using kelvane::testing::allocated;
-using kelvane::testing::checkAsTestUser;
-using kelvane::testing::childTree;
-using kelvane::testing::TempTree;
+using kelvane::test::allocated;
+using kelvane::test::checkAsTestUser;
+using kelvane::test::TempTree;
+using kelvane::test::testUserFolder;
 
 namespace {
 
@@ -51,7 +52,7 @@ void checkRefusals(const std::string& root) {
 }  // namespace
 
 TEST(AsTestUser, RefusedFoldersAndItemsAreCountedNotWalked) {
-    if (const auto tree = childTree()) return checkRefusals(*tree);
+    if (const auto tree = testUserFolder()) return checkRefusals(*tree);
     TempTree t;
     ASSERT_TRUE(t.dir("readable") && t.file("readable/f", 5000));
     ASSERT_TRUE(t.dir("locked") && t.file("locked/f", 90000) && t.dir("locked/sub"));

@@ -13,7 +13,7 @@
 namespace kelvane {
 namespace {
 
-using test::TempDir;
+using test::TempTree;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -38,7 +38,7 @@ FileError cocoa(int code, int posixCause = 0) {
 }
 
 TEST(CleanerContents, ListsChildrenAsFullPathsAndNothingOnFailure) {
-    TempDir dir;
+    TempTree dir;
     test::writeFile(dir / ".hidden", "");
     test::makeFolder(dir / "sub");
     std::vector<std::string> children = Cleaner::contents(dir.path());
@@ -53,7 +53,7 @@ TEST(CleanerContents, ListsChildrenAsFullPathsAndNothingOnFailure) {
 }
 
 TEST(CleanerDelete, KeepsOrderAndSizesTakenBeforeAndGoesOnPastFailures) {
-    TempDir dir;
+    TempTree dir;
     test::writeFile(dir / "a", "aaa");
     test::makeFolder(dir / "c");
     test::writeFile(dir / "c/inner", "c");
@@ -81,7 +81,7 @@ TEST(CleanerDelete, KeepsOrderAndSizesTakenBeforeAndGoesOnPastFailures) {
 }
 
 TEST(CleanerDelete, DeletingATrashedItemForGoodTakesItsInfoFileAndNothingElse) {
-    TempDir dir;
+    TempTree dir;
     const test::ScopedEnv data("XDG_DATA_HOME", dir / "data");
     const std::string trash = dir / "data/Trash";
     test::makeFolder(dir / "gone");
@@ -164,7 +164,7 @@ TEST(CleanerAdmin, OneQuotedRmForTheBatchAndNothingForAnEmptyOne) {
 }
 
 TEST(CleanerAdmin, NastyPathsSurviveBothQuotingLayersByteForByte) {
-    TempDir dir;
+    TempTree dir;
     std::vector<std::string> paths;
     std::string expected;
     for (const std::string& name : nastyNames) {
@@ -196,7 +196,7 @@ TEST(CleanerAdmin, NastyPathsSurviveBothQuotingLayersByteForByte) {
 }
 
 TEST(CleanerAdmin, TheRealCommandRemovesExactlyTheNastyPaths) {
-    TempDir dir;
+    TempTree dir;
     std::vector<std::string> paths;
     for (const std::string& name : nastyNames) {
         test::writeFile(dir / name, "x");

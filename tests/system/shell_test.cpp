@@ -9,11 +9,11 @@
 namespace kelvane {
 namespace {
 
-using test::TempDir;
+using test::TempTree;
 using test::writeScript;
 
 TEST(ShellRun, ProgramThatCannotStartGivesMinusOneAndAReason) {
-    TempDir dir;
+    TempTree dir;
     const ShellResult missing = Shell::run(dir / "no-such-program", {});
     EXPECT_EQ(missing.status, -1);
     EXPECT_EQ(missing.out, "");
@@ -25,7 +25,7 @@ TEST(ShellRun, ProgramThatCannotStartGivesMinusOneAndAReason) {
 }
 
 TEST(ShellRun, ArgumentsArriveVerbatimAndTheExitStatusComesBack) {
-    TempDir dir;
+    TempTree dir;
     const std::string program = writeScript(dir.path(), "args", R"(printf '[%s]' "$@"; exit 7)");
     const ShellResult r = Shell::run(program, {"a b", "$(echo no)", "'\"\\", "-x", ""});
     EXPECT_EQ(r.status, 7);
@@ -33,7 +33,7 @@ TEST(ShellRun, ArgumentsArriveVerbatimAndTheExitStatusComesBack) {
 }
 
 TEST(ShellRun, DrainsMegabytesOnStandardErrorWithNothingOnStandardOutput) {
-    TempDir dir;
+    TempTree dir;
     // Far more than a pipe holds: the child would hang if standard error were
     // read only after standard output had closed.
     const std::string program = writeScript(
@@ -46,13 +46,13 @@ TEST(ShellRun, DrainsMegabytesOnStandardErrorWithNothingOnStandardOutput) {
 }
 
 TEST(ShellRun, KeepsTheTrailingLineFeedAndRepairsInvalidUtf8) {
-    TempDir dir;
+    TempTree dir;
     const std::string program = writeScript(dir.path(), "bytes", R"(printf 'ok \377 \303\251\n')");
     EXPECT_EQ(Shell::run(program, {}).out, "ok \xEF\xBF\xBD \xC3\xA9\n");
 }
 
 TEST(ShellRun, ChildKilledBySignalGivesTheSignalNumber) {
-    TempDir dir;
+    TempTree dir;
     const std::string program = writeScript(dir.path(), "killed", "echo before; kill -9 $$");
     const ShellResult r = Shell::run(program, {});
     EXPECT_EQ(r.status, 9);
@@ -68,7 +68,7 @@ TEST(ShellRun, LeaksNoDescriptorIntoTheChild) {
 }
 
 TEST(ShellAdmin, RunsTheCommandThroughShAndMarksADismissalWithMinus128) {
-    TempDir dir;
+    TempTree dir;
     // Stands in for pkexec: records its arguments, then runs them.
     const std::string elevator = writeScript(
         dir.path(), "elevator", "printf '%s\\n' \"$@\" > \"$(dirname \"$0\")/argv\"; exec \"$@\"");

@@ -27,7 +27,7 @@ std::int64_t noSize(const std::string&) {
 // inherits the same XDG_DATA_HOME.
 class HomeTrash : public ::testing::Test {
   protected:
-    test::TempDir dir;
+    test::TempTree dir;
     test::ScopedEnv home{"HOME", dir / "home"};
     test::ScopedEnv data{"XDG_DATA_HOME", dir / "data"};
     std::string trash = dir / "data/Trash";
@@ -150,7 +150,7 @@ TEST_F(HomeTrash, ItemOnAnotherFileSystemGoesToThatVolumesTrash) {
     const std::string uid = std::to_string(getuid());
     const std::string volumeTrash = "/dev/shm/.Trash-" + uid;
     const bool trashExisted = exists(volumeTrash);
-    test::TempDir volume("/dev/shm");
+    test::TempTree volume("/dev/shm");
     const std::string item = volume / "on volume";
     test::writeFile(item, "v");
 

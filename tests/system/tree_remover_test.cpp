@@ -18,10 +18,10 @@ namespace kelvane {
 namespace {
 
 using test::exists;
-using test::TempDir;
+using test::TempTree;
 
 TEST(TreeRemover, RemovesLinksNeverWhatTheyPointTo) {
-    TempDir dir;
+    TempTree dir;
     test::makeFolder(dir / "outside");
     test::writeFile(dir / "outside/precious", "keep");
     test::makeFolder(dir / "tree");
@@ -43,7 +43,7 @@ TEST(TreeRemover, RemovesLinksNeverWhatTheyPointTo) {
 }
 
 TEST(TreeRemover, ReportsTheErrnoOfAMissingItemAndRefusesDotNames) {
-    TempDir dir;
+    TempTree dir;
     const auto missing = TreeRemover::remove(dir / "nothing");
     ASSERT_TRUE(missing.has_value());
     EXPECT_EQ(Cleaner::underlyingErrno(*missing), ENOENT);
@@ -57,7 +57,7 @@ TEST(TreeRemover, ReportsTheErrnoOfAMissingItemAndRefusesDotNames) {
 }
 
 TEST(TreeRemover, HandlesPathsLongerThanPathMax) {
-    TempDir dir;
+    TempTree dir;
     // Built with *at calls: the full path is too long for mkdir(2).
     const std::string component(200, 'd');
     std::string deepest = dir / "deep";
@@ -85,15 +85,14 @@ TEST(TreeRemover, HandlesPathsLongerThanPathMax) {
 }
 
 TEST(TreeRemover, ImmutableFileIsProtectedAndTheRestStillGoes) {
-    TempDir dir;
+    TempTree dir;
     test::makeFolder(dir / "tree");
     test::writeFile(dir / "tree/immutable", "x");
     test::writeFile(dir / "tree/ordinary", "x");
     test::writeFile(dir / "alone", "x");
-    const ShellResult flag = test::sh("chattr +i " + Cleaner::shellQuoted(dir / "tree/immutable") +
-                                      " " + Cleaner::shellQuoted(dir / "alone"));
-    if (flag.status != 0) {
-        GTEST_SKIP() << "this file system or process cannot set the immutable flag: " << flag.err;
+    const test::Immutable inTree(dir / "tree/immutable"), alone(dir / "alone");
+    if (inTree.error() != 0 || alone.error() != 0) {
+        GTEST_SKIP() << "this file system or process cannot set the immutable flag";
     }
     const test::ScopedEnv data("XDG_DATA_HOME", dir / "data");
     // Root cannot remove an immutable file either: EPERM, which the cleaner
@@ -102,8 +101,6 @@ TEST(TreeRemover, ImmutableFileIsProtectedAndTheRestStillGoes) {
         {dir / "tree", dir / "alone"}, true, [](const std::string&) { return std::int64_t{0}; });
     const DeleteOutcome trashed = Cleaner::deleteItems(
         {dir / "alone"}, false, [](const std::string&) { return std::int64_t{0}; });
-    test::sh("chattr -i " + Cleaner::shellQuoted(dir / "tree/immutable") + " " +
-             Cleaner::shellQuoted(dir / "alone"));
 
     EXPECT_EQ(permanent.protectedPaths(), (std::vector<std::string>{dir / "tree", dir / "alone"}));
     EXPECT_TRUE(permanent.permissionDenied().empty());
@@ -112,66 +109,61 @@ TEST(TreeRemover, ImmutableFileIsProtectedAndTheRestStillGoes) {
     EXPECT_EQ(trashed.protectedPaths(), std::vector<std::string>{dir / "alone"});
 }
 
-// Permission failures only happen to an unprivileged user, so these run the
-// deletion in a child process as the test account.
-class AsTestUser : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        if (!test::canRunAsTestUser()) {
-            GTEST_SKIP() << "needs root, runuser and the kelvane-test account";
+// In the child run as the test account: the deletions the parent prepared.
+void deleteAsTestUser(const std::string& dir) {
+    const std::string w = dir + "/work";
+    const test::ScopedEnv data("XDG_DATA_HOME", dir + "/home/.local/share");
+    const auto none = [](const std::string&) { return std::int64_t{0}; };
+    const auto check = [&](const DeleteOutcome& outcome, const std::vector<std::string>& deleted,
+                           const std::vector<std::string>& denied) {
+        std::vector<std::string> gone;
+        for (const DeletedItem& item : outcome.deleted) gone.push_back(item.path);
+        EXPECT_EQ(gone, deleted);
+        EXPECT_EQ(outcome.permissionDenied(), denied);
+        EXPECT_EQ(outcome.failures.size(), denied.size());
+        for (const DeleteFailure& f : outcome.failures) {
+            EXPECT_EQ(Cleaner::underlyingErrno(f.error), EACCES) << f.path;
         }
-        const passwd* user = getpwnam("kelvane-test");
-        uid_ = user->pw_uid;
-        gid_ = user->pw_gid;
-        // The test program itself must be reachable by that account.
-        ASSERT_EQ(test::sh("/usr/sbin/runuser -u kelvane-test -- test -x /proc/self/exe").status,
-                  0);
-    }
+    };
+    // An unreadable folder that is empty can still be removed.
+    check(Cleaner::deleteItems({w + "/free", w + "/locked/inside", w + "/locked", w + "/sealed",
+                                w + "/empty-sealed"},
+                               true, none),
+          {w + "/free", w + "/empty-sealed"}, {w + "/locked/inside", w + "/locked", w + "/sealed"});
+    // Moving to the trash fails the same way.
+    test::writeFile(w + "/free", "x");
+    check(Cleaner::deleteItems({w + "/locked/inside", w + "/free"}, false, none), {w + "/free"},
+          {w + "/locked/inside"});
+}
 
-    // Creates a file (or, with a trailing "/", a folder) owned by the test
-    // account with `mode`.
-    void make(const std::string& path, mode_t mode) {
+TEST(AsTestUser, FoldersWithoutWritePermissionGivePermissionDenied) {
+    if (const auto folder = test::testUserFolder()) return deleteAsTestUser(*folder);
+    if (!test::canRunAsTestUser())
+        GTEST_SKIP() << "needs root, runuser and the kelvane-test account";
+    TempTree dir;
+    const passwd* user = getpwnam("kelvane-test");
+    // A file (or, with a trailing "/", a folder) owned by the test account.
+    const auto make = [&](const std::string& path, mode_t mode) {
         const bool folder = path.ends_with('/');
         const std::string p = folder ? path.substr(0, path.size() - 1) : path;
         folder ? test::makeFolder(p) : test::writeFile(p, "x");
-        ASSERT_EQ(lchown(p.c_str(), uid_, gid_), 0) << p;
+        ASSERT_EQ(lchown(p.c_str(), user->pw_uid, user->pw_gid), 0) << p;
         ASSERT_EQ(chmod(p.c_str(), mode), 0) << p;
-    }
-
-    uid_t uid_ = 0;
-    gid_t gid_ = 0;
-};
-
-TEST_F(AsTestUser, FoldersWithoutWritePermissionGivePermissionDenied) {
-    TempDir dir;
+    };
     const std::string home = dir / "home", w = dir / "work";
-    make(home + "/", 0700);
-    make(w + "/", 0755);
-    make(w + "/free", 0644);
-    make(w + "/locked/", 0755);
-    make(w + "/locked/inside", 0644);
-    make(w + "/sealed/", 0755);
-    make(w + "/sealed/inside", 0644);
+    for (const std::string& f : {home + "/", w + "/", w + "/locked/", w + "/sealed/"})
+        make(f, 0755);
+    make(home + "/.local/", 0755);
+    make(home + "/.local/share/", 0755);
+    for (const std::string& f : {w + "/free", w + "/locked/inside", w + "/sealed/inside"})
+        make(f, 0644);
     make(w + "/empty-sealed/", 0000);
     ASSERT_EQ(chmod((w + "/locked").c_str(), 0555), 0);
     ASSERT_EQ(chmod((w + "/sealed").c_str(), 0000), 0);
 
-    const ShellResult permanent = test::deleteAsTestUser(
-        {w + "/free", w + "/locked/inside", w + "/locked", w + "/sealed", w + "/empty-sealed"},
-        true, home);
-    ASSERT_EQ(permanent.status, 0) << permanent.err;
-    // An unreadable folder that is empty can still be removed.
-    EXPECT_EQ(permanent.out, "deleted - " + w + "/free\ndeleted - " + w + "/empty-sealed\n" +
-                                 "denied 13 " + w + "/locked/inside\ndenied 13 " + w +
-                                 "/locked\ndenied 13 " + w + "/sealed\n");
+    EXPECT_EQ(test::rerunAsTestUser(dir.path()), 0) << "the checks run as kelvane-test failed";
     EXPECT_TRUE(exists(w + "/locked/inside") && exists(w + "/sealed/inside"));
-
-    // Moving to the trash fails the same way and leaves no info file behind.
-    make(w + "/free", 0644);
-    const ShellResult trashed =
-        test::deleteAsTestUser({w + "/locked/inside", w + "/free"}, false, home);
-    ASSERT_EQ(trashed.status, 0) << trashed.err;
-    EXPECT_EQ(trashed.out, "deleted - " + w + "/free\ndenied 13 " + w + "/locked/inside\n");
+    // The refused item left no info file behind.
     const std::string trash = home + "/.local/share/Trash";
     EXPECT_TRUE(exists(trash + "/files/free") && exists(trash + "/info/free.trashinfo"));
     EXPECT_FALSE(exists(trash + "/info/inside.trashinfo"));

@@ -22,7 +22,7 @@ TEST(Utf8Repair, ValidTextPassesAndEachIllFormedSubpartBecomesOneReplacement) {
 // recommends, so on random bytes both must agree exactly.
 TEST(Utf8Repair, AgreesWithPythonOnRandomBytes) {
     if (!test::exists("/usr/bin/python3")) GTEST_SKIP() << "python3 is not installed";
-    test::TempDir dir;
+    test::TempTree dir;
     std::mt19937 random(20240501);
     // Mostly lead and continuation bytes at the edges of their ranges.
     const std::string alphabet =

@@ -1,4 +1,4 @@
-#include "test_user.h"
+#include "support/run_as_test_user.h"
 
 #include <gtest/gtest.h>
 #include <pwd.h>
@@ -10,14 +10,13 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
-#include <vector>
 
 extern char** environ;
 
 namespace kelvane::test {
 namespace {
 
-constexpr const char* kFolderVariable = "KELVANE_MODEL_TEST_USER_FOLDER";
+constexpr const char* kFolderVariable = "KELVANE_TEST_USER_FOLDER";
 constexpr const char* kRunuser = "/usr/sbin/runuser";
 
 }  // namespace
@@ -28,7 +27,7 @@ std::optional<std::string> testUserFolder() {
     return std::string(folder);
 }
 
-bool canRerunAsTestUser() {
+bool canRunAsTestUser() {
     return ::geteuid() == 0 && ::getpwnam("kelvane-test") != nullptr &&
            ::access(kRunuser, X_OK) == 0;
 }
@@ -39,22 +38,28 @@ int rerunAsTestUser(const std::string& folder) {
     const ssize_t length = ::readlink("/proc/self/exe", self.data(), self.size() - 1);
     if (length <= 0) return -1;
     const auto* const test = ::testing::UnitTest::GetInstance()->current_test_info();
-    std::vector<std::string> argv = {
-        kRunuser,
-        "-u",
-        "kelvane-test",
-        "--",
-        std::string(self.data(), static_cast<std::size_t>(length)),
-        std::string("--gtest_filter=") + test->test_suite_name() + "." + test->name()};
-    std::vector<std::string> env;
-    for (char** e = environ; *e != nullptr; ++e) env.emplace_back(*e);
-    env.push_back(std::string(kFolderVariable) + "=" + folder);
+    return runProgram(
+        {kRunuser, "-u", "kelvane-test", "--",
+         std::string(self.data(), static_cast<std::size_t>(length)),
+         std::string("--gtest_filter=") + test->test_suite_name() + "." + test->name()},
+        {std::string(kFolderVariable) + "=" + folder});
+}
 
+void checkAsTestUser(const std::string& folder,
+                     const std::function<void(const std::string&)>& check) {
+    if (::geteuid() != 0) return check(folder);
+    if (!canRunAsTestUser()) GTEST_SKIP() << "needs runuser and the kelvane-test account";
+    EXPECT_EQ(rerunAsTestUser(folder), 0) << "the checks run as kelvane-test failed (see above)";
+}
+
+int runProgram(const std::vector<std::string>& argv, const std::vector<std::string>& extraEnv) {
+    std::vector<std::string> env(extraEnv);
+    for (char** e = environ; *e != nullptr; ++e) env.emplace_back(*e);
     std::vector<char*> args;
-    for (std::string& a : argv) args.push_back(a.data());
+    for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
     args.push_back(nullptr);
     std::vector<char*> envp;
-    for (std::string& e : env) envp.push_back(e.data());
+    for (const std::string& e : env) envp.push_back(const_cast<char*>(e.c_str()));
     envp.push_back(nullptr);
     pid_t child = 0;
     if (::posix_spawn(&child, args[0], nullptr, nullptr, args.data(), envp.data()) != 0) return -1;
