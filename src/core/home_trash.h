@@ -5,8 +5,8 @@
 
 namespace kelvane {
 
-// Where the desktop's home trash lives (the freedesktop.org Trash
-// specification's "home trash"). The catalog measures its files folder as
+// Where the desktop's home trash lives (what the freedesktop.org Trash
+// rules call the "home trash"). The catalog measures its files folder as
 // "ゴミ箱", the deletion flows treat what lies there as already trashed, and
 // the system layer moves items into it; all of them ask here, so the row the
 // user empties is the trash the file manager shows.

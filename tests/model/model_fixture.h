@@ -120,10 +120,7 @@ class ModelTest : public ::testing::Test {
     std::string path(const std::string& relative) const { return home + "/" + relative; }
 
     void makeFile(const std::string& relative, std::size_t bytes) const {
-        const std::filesystem::path p = path(relative);
-        std::filesystem::create_directories(p.parent_path());
-        std::ofstream out(p, std::ios::binary);
-        out << std::string(bytes, 'x');
+        writeFileOfSize(path(relative), bytes);
     }
 
     void makeFolder(const std::string& relative) const {

@@ -9,6 +9,8 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 
 #include "support/run_as_test_user.h"
 
@@ -97,6 +99,13 @@ std::int64_t allocated(const std::string& path) {
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0) return -1;
     return static_cast<std::int64_t>(status.st_blocks) * 512;
+}
+
+void writeFileOfSize(const std::string& path, std::size_t bytes) {
+    const std::filesystem::path p = path;
+    std::filesystem::create_directories(p.parent_path());
+    std::ofstream out(p, std::ios::binary);
+    out << std::string(bytes, 'x');
 }
 
 }  // namespace kelvane::test

@@ -28,6 +28,9 @@ class TempTree {
     std::string path_;
 };
 
+// Writes a file of `bytes` bytes at `path`, creating the folders above it.
+void writeFileOfSize(const std::string& path, std::size_t bytes);
+
 // Whether the item itself exists, links not followed.
 bool exists(const std::string& path);
 

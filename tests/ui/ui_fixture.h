@@ -23,7 +23,7 @@ namespace kelvane::test {
 // A whole application over a temporary home, with fake tools, on the real
 // Qt event loop.
 class UiTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         char pattern[] = "/tmp/kelvane-ui-XXXXXX";
         ASSERT_NE(::mkdtemp(pattern), nullptr);
@@ -47,7 +47,10 @@ protected:
         env.home = home;
         env.trashFiles = home + "/.local/share/Trash/files";
         env.categories = categories ? *categories : Catalog::build(home, home + "/tmpbase");
-        env.readDisk = [] { return std::optional<DiskInfo>(DiskInfo{500'000'000'000, 120'000'000'000, 120'000'000'000}); };
+        env.readDisk = [] {
+            return std::optional<DiskInfo>(
+                DiskInfo{500'000'000'000, 120'000'000'000, 120'000'000'000});
+        };
         app = std::make_unique<KelvaneApp>(services, env);
         if (!startScan) {
             // Keep the launch scan from starting when the window shows.
@@ -84,10 +87,7 @@ protected:
     std::string path(const std::string& relative) const { return home + "/" + relative; }
 
     void makeFile(const std::string& relative, std::size_t bytes) const {
-        const std::filesystem::path p = path(relative);
-        std::filesystem::create_directories(p.parent_path());
-        std::ofstream out(p, std::ios::binary);
-        out << std::string(bytes, 'x');
+        writeFileOfSize(path(relative), bytes);
     }
 
     std::string home;
