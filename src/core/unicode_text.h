@@ -10,6 +10,13 @@ namespace kelvane {
 // error messages). Malformed bytes never make these fail.
 namespace UnicodeText {
 
+// The UTF-8 sequence starting at byte `at` of `bytes`: its length when it is
+// well-formed (overlong forms, surrogates and values past U+10FFFF are not),
+// otherwise the length of its maximal ill-formed prefix (at least 1) as a
+// negative number. Both the repair of tool output and the display of file
+// names that are not UTF-8 walk text with it.
+int utf8SequenceLength(std::string_view bytes, std::size_t at);
+
 // `text` without Unicode white space and line ends at either end.
 std::string trimmed(std::string_view text);
 

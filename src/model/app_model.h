@@ -154,6 +154,13 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     void setEntriesLoading(bool value);
     void setEntriesError(std::optional<std::string> value);
     void setEntries(std::vector<Entry> value);
+    // Sets an equatable field; an equal value is no change and tells nobody.
+    template <typename T>
+    void assignIfChanged(T& field, T value, ModelField which) {
+        if (value == field) return;
+        field = std::move(value);
+        notify(which);
+    }
     void notify(ModelField field, std::optional<std::string> key = std::nullopt,
                 std::optional<std::size_t> row = std::nullopt);
     void putState(const std::string& id, CategoryState state);

@@ -83,21 +83,15 @@ void AppModel::notify(ModelField field, std::optional<std::string> key,
 // --- plain fields: an equal value is no change and tells nobody ---
 
 void AppModel::setSelectedID(std::optional<std::string> value) {
-    if (value == selectedID_) return;
-    selectedID_ = std::move(value);
-    notify(ModelField::selectedID);
+    assignIfChanged(selectedID_, std::move(value), ModelField::selectedID);
 }
 
 void AppModel::setBrowserPath(std::optional<std::string> value) {
-    if (value == browserPath_) return;
-    browserPath_ = std::move(value);
-    notify(ModelField::browserPath);
+    assignIfChanged(browserPath_, std::move(value), ModelField::browserPath);
 }
 
 void AppModel::setEntrySelection(std::set<std::string> value) {
-    if (value == entrySelection_) return;
-    entrySelection_ = std::move(value);
-    notify(ModelField::entrySelection);
+    assignIfChanged(entrySelection_, std::move(value), ModelField::entrySelection);
 }
 
 void AppModel::setDisk(std::optional<DiskInfo> value) {
@@ -111,33 +105,23 @@ void AppModel::setPendingAction(std::optional<PendingAction> value) {
 }
 
 void AppModel::setNotice(std::optional<std::string> value) {
-    if (value == notice_) return;
-    notice_ = std::move(value);
-    notify(ModelField::notice);
+    assignIfChanged(notice_, std::move(value), ModelField::notice);
 }
 
 void AppModel::setBusyMessage(std::optional<std::string> value) {
-    if (value == busyMessage_) return;
-    busyMessage_ = std::move(value);
-    notify(ModelField::busyMessage);
+    assignIfChanged(busyMessage_, std::move(value), ModelField::busyMessage);
 }
 
 void AppModel::setEntriesLoading(bool value) {
-    if (value == entriesLoading_) return;
-    entriesLoading_ = value;
-    notify(ModelField::entriesLoading);
+    assignIfChanged(entriesLoading_, std::move(value), ModelField::entriesLoading);
 }
 
 void AppModel::setEntriesError(std::optional<std::string> value) {
-    if (value == entriesError_) return;
-    entriesError_ = std::move(value);
-    notify(ModelField::entriesError);
+    assignIfChanged(entriesError_, std::move(value), ModelField::entriesError);
 }
 
 void AppModel::setEntries(std::vector<Entry> value) {
-    if (value == entries_) return;
-    entries_ = std::move(value);
-    notify(ModelField::entries);
+    assignIfChanged(entries_, std::move(value), ModelField::entries);
 }
 
 void AppModel::putState(const std::string& id, CategoryState state) {
