@@ -23,6 +23,7 @@
 #include "scan/scan_limiter.h"
 #include "scan/scanner.h"
 #include "scan/size_store.h"
+#include "system/admin_delete_result.h"
 #include "system/delete_outcome.h"
 
 namespace kelvane {
@@ -177,6 +178,11 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     void performDelete(const std::vector<std::string>& paths, bool permanent);
     void afterDelete(const DeleteOutcome& outcome, bool permanent);
     void performAdminDelete(const std::vector<std::string>& paths);
+    // `offered` is how many paths the administrator run was given.
+    void afterAdminDelete(const AdminDeleteResult& result, std::size_t offered);
+    // Takes out of entrySelection every deleted path, everything below one,
+    // and every path that no longer names an item.
+    void dropFromSelection(const std::vector<std::string>& deleted);
     std::int64_t sizeForDeletion(const std::string& path) const;
     std::vector<std::string> childrenOfRoots(const std::string& id) const;
     void scanIfPresent(const std::string& id);

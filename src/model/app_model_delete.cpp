@@ -2,7 +2,6 @@
 // store corrections and the report, and the retry with administrator rights.
 #include <algorithm>
 #include <set>
-#include <sstream>
 
 #include "core/catalog.h"
 #include "core/fmt.h"
@@ -23,6 +22,9 @@ constexpr std::size_t kNamesShown = 5;
 constexpr std::size_t kFailureLinesShown = 3;
 constexpr std::size_t kDeniedPathsShown = 5;
 constexpr std::size_t kAdminFailureGraphemes = 600;
+constexpr const char* kNoElevation =
+    "管理者権限で削除するには pkexec が必要です。pkexec をインストールしてから、もう一度お試しくだ"
+    "さい。";
 
 std::string riskText(Risk risk) {
     switch (risk) {
@@ -57,6 +59,28 @@ std::string count(std::size_t n) {
 }
 
 }  // namespace
+
+void AppModel::dropFromSelection(const std::vector<std::string>& deleted) {
+    if (entrySelection_.empty()) return;
+    const std::set<std::string> gone(deleted.begin(), deleted.end());
+    // The path itself or any folder above it was deleted.
+    const auto deletedWith = [&gone](const std::string& path) {
+        for (std::string at = path;;) {
+            if (gone.count(at) != 0) return true;
+            std::string up = PathText::parent(at);
+            if (up == at) return false;
+            at = std::move(up);
+        }
+    };
+    // Beyond what this deletion reports, whatever vanished meanwhile goes
+    // too (a link counts as there while the link itself is), so the footer
+    // and the delete buttons only ever count items that exist.
+    std::set<std::string> kept;
+    for (const std::string& path : entrySelection_) {
+        if (!deletedWith(path) && FileProbe::existsItself(path)) kept.insert(kept.end(), path);
+    }
+    setEntrySelection(std::move(kept));
+}
 
 std::int64_t AppModel::sizeForDeletion(const std::string& path) const {
     if (const auto recorded = store_->size(path)) return *recorded;
@@ -182,7 +206,10 @@ void AppModel::performDelete(const std::vector<std::string>& paths, bool permane
                       // and its ancestors show what is really left.
                       for (const DeleteFailure& failure : outcome.failures) {
                           const std::optional<std::int64_t> before = store->size(failure.path);
-                          if (!FileProbe::isFolder(failure.path)) continue;
+                          // Only a real folder: a link to one (to "/", say) failed
+                          // as a link, and walking its target would record that
+                          // target's whole tree under the link's name.
+                          if (!FileProbe::isRealFolder(failure.path)) continue;
                           store->removeSubtree(failure.path);
                           const ScanStats after = Scanner::scan(failure.path, *store);
                           if (before) store->adjust(failure.path, after.bytes - *before);
@@ -208,6 +235,9 @@ void AppModel::afterDelete(const DeleteOutcome& outcome, bool permanent) {
         if (isRoot && roots.size() < 2) break;
         setBrowserPath(PathText::parent(*browserPath_));
     }
+    std::vector<std::string> gone;
+    for (const DeletedItem& item : outcome.deleted) gone.push_back(item.path);
+    dropFromSelection(gone);
     loadEntries();
 
     std::int64_t freed = 0;
@@ -276,47 +306,69 @@ void AppModel::afterDelete(const DeleteOutcome& outcome, bool permanent) {
 
 void AppModel::performAdminDelete(const std::vector<std::string>& paths) {
     setBusyMessage(std::string("管理者権限で削除中…"));
-    runTool<ShellResult>(
+    runTool<AdminDeleteResult>(
         [paths](Services& services) { return services.deleteAsAdmin(paths); },
-        [paths](AppModel& model, const ShellResult& result) {
-            model.setBusyMessage(std::nullopt);
-            const std::string n = count(paths.size());
-            if (result.status == 0) {
-                for (const std::string& path : paths) {
-                    const std::int64_t size = model.store_->size(path).value_or(0);
-                    model.store_->removeSubtree(path);
-                    model.store_->adjust(path, -size);
-                }
-                model.refreshCategorySizes();
-                model.refreshDisk();
-                model.loadEntries();
-                model.addLog("管理者権限で " + n + " 項目を削除", false);
-                model.setNotice(n + " 項目を削除しました。");
-                return;
-            }
-            if (result.err.find("-128") != std::string::npos) {
-                model.setNotice(std::string("キャンセルしました。"));
-                return;
-            }
-            model.refreshCategorySizes();
-            model.loadEntries();
-            std::size_t blocked = 0;
-            std::istringstream lines(result.err);
-            for (std::string line; std::getline(lines, line);) {
-                if (line.find("Operation not permitted") != std::string::npos) ++blocked;
-            }
-            model.addLog("管理者削除で " + count(blocked) + " 項目が保護のため削除不可", true);
-            if (blocked > 0) {
-                model.setNotice(count(blocked) +
-                                " 項目は macOS に保護されているため管理者権限でも削除できません "
-                                "(これは正常です)。他の項目は削除しました。");
-            } else {
-                model.setNotice("削除に失敗しました:\n" +
-                                UnicodeText::firstGraphemes(
-                                    UnicodeText::trimmed(result.out + "\n" + result.err),
-                                    kAdminFailureGraphemes));
-            }
+        [offered = paths.size()](AppModel& model, const AdminDeleteResult& result) {
+            model.afterAdminDelete(result, offered);
         });
+}
+
+void AppModel::afterAdminDelete(const AdminDeleteResult& result, std::size_t offered) {
+    setBusyMessage(std::nullopt);
+    if (result.elevationMissing) {
+        addLog("pkexec が無いため管理者権限で削除できませんでした", true);
+        setNotice(std::string(kNoElevation));
+        return;
+    }
+    const DeleteOutcome& outcome = result.outcome;
+    // A dismissed password dialog ran nothing. The marker is searched in
+    // free text, so it only counts while nothing was reported deleted: a
+    // deletion that happened must reach the store whatever the text says.
+    if (outcome.deleted.empty() && result.run.err.find("-128") != std::string::npos) {
+        setNotice(std::string("キャンセルしました。"));
+        return;
+    }
+
+    // The items the helper did remove are gone even when others failed, so
+    // the store forgets them before anything is shown. The helper does not
+    // measure, so the sizes are the ones this model recorded.
+    std::vector<std::string> gone;
+    for (const DeletedItem& item : outcome.deleted) {
+        const std::int64_t size = store_->size(item.path).value_or(0);
+        store_->removeSubtree(item.path);
+        store_->adjust(item.path, -size);
+        gone.push_back(item.path);
+    }
+    refreshCategorySizes();
+    refreshDisk();
+    dropFromSelection(gone);
+    loadEntries();
+
+    if (outcome.failures.empty() && result.run.status == 0) {
+        const std::string n = count(offered);
+        addLog("管理者権限で " + n + " 項目を削除", false);
+        setNotice(n + " 項目を削除しました。");
+        return;
+    }
+    // Counted from the helper's per-item results: its messages are
+    // translated text and say nothing reliable.
+    const std::size_t blocked = outcome.protectedPaths().size();
+    addLog("管理者削除で " + count(blocked) + " 項目が保護のため削除不可", true);
+    if (blocked > 0) {
+        setNotice(count(blocked) +
+                  " 項目は macOS に保護されているため管理者権限でも削除できません "
+                  "(これは正常です)。他の項目は削除しました。");
+        return;
+    }
+    std::vector<std::string> lines;
+    for (const DeleteFailure& failure : outcome.failures) {
+        lines.push_back("・" + PathText::lastComponent(failure.path) + ": " +
+                        failure.error.description);
+    }
+    std::string details = joined(lines, "\n");
+    if (!result.run.err.empty()) details += "\n" + result.run.err;
+    setNotice("削除に失敗しました:\n" +
+              UnicodeText::firstGraphemes(UnicodeText::trimmed(details), kAdminFailureGraphemes));
 }
 
 }  // namespace kelvane

@@ -1,4 +1,5 @@
 // AppModel: starting, throttling, reporting and finishing category scans.
+#include "core/catalog.h"
 #include "model/app_model.h"
 #include "model/file_probe.h"
 #include "scan/path_glob.h"
@@ -16,9 +17,15 @@ void AppModel::scan(const CleanCategory& category) {
     const std::string id = category.id;
     if (const auto it = scanTasks_.find(id); it != scanTasks_.end()) it->second.cancel();
 
+    // A folder the user added is the very path they chose: its name may hold
+    // "*", "?" or "[" (a folder called "proj*"), and reading it as a pattern
+    // would let emptying it empty its look-alike siblings too.
+    const bool literal = category.id.rfind(Catalog::kCustomPrefix, 0) == 0;
     std::vector<std::string> roots;
     for (const std::string& pattern : category.patterns) {
-        for (std::string& path : PathGlob::expand(pattern)) {
+        std::vector<std::string> matches =
+            literal ? std::vector<std::string>{pattern} : PathGlob::expand(pattern);
+        for (std::string& path : matches) {
             if (FileProbe::exists(path)) roots.push_back(std::move(path));
         }
     }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "core/sim_runtime.h"
+#include "system/admin_delete_result.h"
 #include "system/shell_result.h"
 
 namespace kelvane {
@@ -33,7 +34,7 @@ class Services {
     virtual std::vector<SimRuntime> listRuntimes() = 0;
     virtual ShellResult run(const std::string& executable,
                             const std::vector<std::string>& arguments) = 0;
-    virtual ShellResult deleteAsAdmin(const std::vector<std::string>& paths) = 0;
+    virtual AdminDeleteResult deleteAsAdmin(const std::vector<std::string>& paths) = 0;
 };
 
 // The tools half backed by the real system layer; the desktop half does
@@ -51,7 +52,7 @@ class SystemServices : public Services {
     std::vector<SimRuntime> listRuntimes() override;
     ShellResult run(const std::string& executable,
                     const std::vector<std::string>& arguments) override;
-    ShellResult deleteAsAdmin(const std::vector<std::string>& paths) override;
+    AdminDeleteResult deleteAsAdmin(const std::vector<std::string>& paths) override;
 };
 
 }  // namespace kelvane

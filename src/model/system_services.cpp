@@ -23,7 +23,7 @@ ShellResult SystemServices::run(const std::string& executable,
     return Shell::run(executable, arguments);
 }
 
-ShellResult SystemServices::deleteAsAdmin(const std::vector<std::string>& paths) {
+AdminDeleteResult SystemServices::deleteAsAdmin(const std::vector<std::string>& paths) {
     return Cleaner::deleteAsAdmin(paths);
 }
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "system/admin_delete_result.h"
 #include "system/delete_outcome.h"
 #include "system/file_error.h"
-#include "system/shell_result.h"
 
 namespace kelvane {
 
@@ -31,18 +31,23 @@ std::vector<std::string> contents(const std::string& folder);
 DeleteOutcome deleteItems(const std::vector<std::string>& paths, bool permanent,
                           const std::function<std::int64_t(const std::string&)>& sizeOf);
 
-// Removes `paths` with administrator rights by one `/bin/rm -rf` command line
-// for the whole batch (one password prompt). An empty list runs nothing and
-// reports status 0.
-ShellResult deleteAsAdmin(const std::vector<std::string>& paths);
+// Removes `paths` for good with administrator rights: pkexec starts our
+// helper (kelvane-admin) once for the whole batch (one password prompt),
+// hands it the paths on standard input and reads one result per path. The
+// helper applies the same rules as the user's own deletion, trusting
+// symbolic links of root and of the user who asked. An empty list runs
+// nothing and reports status 0. Blocks; call it off the main thread.
+AdminDeleteResult deleteAsAdmin(const std::vector<std::string>& paths);
 
-// The command line deleteAsAdmin runs: "/bin/rm -rf " and the quoted paths
-// joined by single blanks.
-std::string adminCommand(const std::vector<std::string>& paths);
+// deleteAsAdmin through another elevation program (called as ELEVATOR
+// HELPER), or with none when `elevator` is empty (the helper then runs with
+// our own rights). Tests use this.
+AdminDeleteResult deleteAsAdminVia(const std::string& elevator, const std::string& helper,
+                                   const std::vector<std::string>& paths);
 
-// `text` in single quotes for a POSIX shell, each embedded single quote
-// written as '\''. Nothing else needs escaping inside single quotes.
-std::string shellQuoted(const std::string& text);
+// Where the administrator helper is: next to the running program (a build
+// tree), else where the package installs it.
+std::string adminHelperPath();
 
 // The POSIX error number in `error` or in the errors it wraps, at any depth.
 std::optional<int> underlyingErrno(const FileError& error);

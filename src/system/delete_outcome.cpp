@@ -9,11 +9,15 @@ namespace kelvane {
 namespace {
 
 bool isProtected(const FileError& error) {
-    return Cleaner::underlyingErrno(error) == EPERM;
+    return error.isRefusal(FileError::immutable);
 }
 
 bool isPermissionDenied(const FileError& error) {
-    if (const auto errnum = Cleaner::underlyingErrno(error)) return *errnum == EACCES;
+    // Our refusals are rules, not rights: root would be refused the same.
+    if (std::string_view(error.domain) == FileError::refusalDomain) return false;
+    if (const auto errnum = Cleaner::underlyingErrno(error)) {
+        return *errnum == EACCES || *errnum == EPERM;
+    }
     // Without a POSIX cause only the file domain's own permission codes count.
     return std::string_view(error.domain) == FileError::cocoaDomain &&
            (error.code == FileError::writeNoPermission ||

@@ -27,14 +27,15 @@ struct DeleteOutcome {
     std::vector<DeletedItem> deleted;
     std::vector<DeleteFailure> failures;
 
-    // The failures whose POSIX error is EPERM: items the system protects,
-    // which administrator rights cannot remove either. (Named protectedPaths
-    // because `protected` is a C++ keyword.)
+    // The failures that administrator rights cannot remove either: on Linux
+    // the items marked immutable or append-only (our refusal `immutable`).
+    // (Named protectedPaths because `protected` is a C++ keyword.)
     std::vector<std::string> protectedPaths() const;
 
-    // The failures that the user's rights do not allow: POSIX error EACCES,
-    // or no POSIX error at all and a file-domain "no permission" or
-    // "read-only volume" code. Never overlaps protectedPaths.
+    // The failures that the user's rights do not allow and root's would: a
+    // POSIX EACCES or EPERM (a sticky folder, another user's folder) that is
+    // not protected, or no POSIX error at all and a file-domain "no
+    // permission" or "read-only volume" code. Never overlaps protectedPaths.
     std::vector<std::string> permissionDenied() const;
 };
 

@@ -1,7 +1,9 @@
 #include "system/file_error.h"
 
 #include <cerrno>
-#include <cstring>
+#include <string_view>
+
+#include "system/error_text.h"
 
 namespace kelvane {
 namespace {
@@ -23,17 +25,22 @@ int fileDomainCode(int errnum) {
 }  // namespace
 
 FileError FileError::posix(int errnum) {
-    char buffer[256];
-    return {posixDomain, errnum, strerror_r(errnum, buffer, sizeof buffer), nullptr};
+    return {posixDomain, errnum, ErrorText::posix(errnum), nullptr};
 }
 
-FileError FileError::fromErrno(int errnum, const std::string& operation, const std::string& path) {
+FileError FileError::fromErrno(int errnum) {
     auto cause = std::make_shared<const FileError>(posix(errnum));
-    std::string description;
-    description.reserve(operation.size() + path.size() + cause->description.size() + 5);
-    description.append(operation).append(" \"").append(path).append("\": ");
-    description.append(cause->description);
+    std::string description = cause->description;
     return {cocoaDomain, fileDomainCode(errnum), std::move(description), std::move(cause)};
+}
+
+FileError FileError::refusal(int code, int errnum) {
+    return {refusalDomain, code, ErrorText::refusal(code),
+            errnum != 0 ? std::make_shared<const FileError>(posix(errnum)) : nullptr};
+}
+
+bool FileError::isRefusal(int refusalCode) const {
+    return std::string_view(domain) == refusalDomain && code == refusalCode;
 }
 
 }  // namespace kelvane

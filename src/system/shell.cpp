@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <pthread.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -12,6 +13,8 @@
 #include <string_view>
 #include <vector>
 
+#include "core/path_text.h"
+#include "system/error_text.h"
 #include "system/unique_fd.h"
 #include "system/utf8_repair.h"
 
@@ -25,14 +28,14 @@ constexpr const char* pkexecPath = "/usr/bin/pkexec";
 constexpr int pkexecDismissed = 126;
 constexpr int pipeBytes = 1 << 20;
 
-std::string errnoText(int errnum) {
-    char buffer[256];
-    // GNU strerror_r may return a static string instead of filling buffer.
-    return strerror_r(errnum, buffer, sizeof buffer);
+std::string programName(const std::string& executable) {
+    return PathText::lastComponent(executable);
 }
 
 ShellResult launchFailure(const std::string& executable, int errnum) {
-    return {-1, "", "Could not start " + executable + ": " + errnoText(errnum)};
+    return {-1, "",
+            "プログラム「" + programName(executable) + "」を起動できませんでした: " +
+                ErrorText::posix(errnum)};
 }
 
 // The spawn attributes and file actions, released whatever happens.
@@ -76,15 +79,60 @@ int makePipe(Pipe& p) {
     return 0;
 }
 
-// Reads both pipes until both are closed, whichever fills first, so the child
-// never blocks on a full pipe while we wait on the other one.
-int drain(UniqueFd& outFd, UniqueFd& errFd, std::string& out, std::string& err) {
+// Keeps SIGPIPE from this thread while it writes to a child that may have
+// exited: the write then fails with EPIPE instead of ending the whole
+// application. A SIGPIPE raised meanwhile is taken off before unblocking.
+class SigpipeBlock {
+  public:
+    SigpipeBlock() {
+        sigemptyset(&pipe_);
+        sigaddset(&pipe_, SIGPIPE);
+        sigset_t pending;
+        sigpending(&pending);
+        alreadyPending_ = sigismember(&pending, SIGPIPE) == 1;
+        pthread_sigmask(SIG_BLOCK, &pipe_, &old_);
+    }
+    ~SigpipeBlock() {
+        if (!alreadyPending_) {
+            const timespec zero{0, 0};
+            while (sigtimedwait(&pipe_, nullptr, &zero) == SIGPIPE) {
+            }
+        }
+        pthread_sigmask(SIG_SETMASK, &old_, nullptr);
+    }
+    SigpipeBlock(const SigpipeBlock&) = delete;
+    SigpipeBlock& operator=(const SigpipeBlock&) = delete;
+
+  private:
+    sigset_t pipe_{};
+    sigset_t old_{};
+    bool alreadyPending_ = false;
+};
+
+// Feeds `input` to the child and reads both output pipes until both are
+// closed, whichever is ready first, so the child never blocks on a full pipe
+// while we wait on another one.
+int drain(UniqueFd& inFd, std::string_view input, UniqueFd& outFd, UniqueFd& errFd,
+          std::string& out, std::string& err) {
     std::vector<char> buffer(1 << 20);
-    while (outFd.valid() || errFd.valid()) {
-        pollfd fds[2] = {{outFd.get(), POLLIN, 0}, {errFd.get(), POLLIN, 0}};
-        if (poll(fds, 2, -1) < 0) {
+    if (inFd.valid() && input.empty()) inFd.reset();
+    while (outFd.valid() || errFd.valid() || inFd.valid()) {
+        pollfd fds[3] = {
+            {outFd.get(), POLLIN, 0}, {errFd.get(), POLLIN, 0}, {inFd.get(), POLLOUT, 0}};
+        if (poll(fds, 3, -1) < 0) {
             if (errno == EINTR) continue;
             return errno;
+        }
+        if (fds[2].fd >= 0 && fds[2].revents != 0) {
+            const ssize_t n = ::write(inFd.get(), input.data(), input.size());
+            if (n > 0) {
+                input.remove_prefix(static_cast<std::size_t>(n));
+                if (input.empty()) inFd.reset();
+            } else if (n < 0 && errno != EINTR && errno != EAGAIN) {
+                // EPIPE: the child stopped reading; what it does with
+                // that is its own business.
+                inFd.reset();
+            }
         }
         for (int k = 0; k < 2; ++k) {
             if (fds[k].fd < 0 || fds[k].revents == 0) continue;
@@ -108,12 +156,17 @@ int waitForExit(pid_t pid, int& status) {
     return 0;
 }
 
-}  // namespace
-
-ShellResult Shell::run(const std::string& executable, const std::vector<std::string>& arguments) {
-    Pipe outPipe, errPipe;
+ShellResult runProcess(const std::string& executable, const std::vector<std::string>& arguments,
+                       const std::string* input) {
+    Pipe outPipe, errPipe, inPipe;
     if (const int e = makePipe(outPipe)) return launchFailure(executable, e);
     if (const int e = makePipe(errPipe)) return launchFailure(executable, e);
+    if (input != nullptr) {
+        if (const int e = makePipe(inPipe)) return launchFailure(executable, e);
+        if (fcntl(inPipe.write.get(), F_SETFL, O_NONBLOCK) != 0) {
+            return launchFailure(executable, errno);
+        }
+    }
 
     SpawnSetup setup;
     if (const int e = posix_spawn_file_actions_init(&setup.actions)) {
@@ -126,7 +179,11 @@ ShellResult Shell::run(const std::string& executable, const std::vector<std::str
     // dup2 clears close-on-exec on the copies only; every other descriptor,
     // including ones opened without O_CLOEXEC by other code, is closed in the
     // child so nothing of ours leaks into it.
-    int e = posix_spawn_file_actions_adddup2(&setup.actions, outPipe.write.get(), STDOUT_FILENO);
+    int e = 0;
+    if (input != nullptr) {
+        e = posix_spawn_file_actions_adddup2(&setup.actions, inPipe.read.get(), STDIN_FILENO);
+    }
+    if (!e) e = posix_spawn_file_actions_adddup2(&setup.actions, outPipe.write.get(), STDOUT_FILENO);
     if (!e)
         e = posix_spawn_file_actions_adddup2(&setup.actions, errPipe.write.get(), STDERR_FILENO);
     if (!e) e = posix_spawn_file_actions_addclosefrom_np(&setup.actions, STDERR_FILENO + 1);
@@ -163,18 +220,27 @@ ShellResult Shell::run(const std::string& executable, const std::vector<std::str
     // Our copies of the writing ends must go, or the pipes never report EOF.
     outPipe.write.reset();
     errPipe.write.reset();
+    inPipe.read.reset();
 
     std::string out, err;
-    const int drainError = drain(outPipe.read, errPipe.read, out, err);
+    int drainError = 0;
+    {
+        const SigpipeBlock noSigpipe;
+        drainError = drain(inPipe.write, input != nullptr ? std::string_view(*input) : "",
+                           outPipe.read, errPipe.read, out, err);
+    }
+    inPipe.write.reset();
     outPipe.read.reset();
     errPipe.read.reset();
     int wstatus = 0;
     if (const int waitError = waitForExit(pid, wstatus)) {
         return {-1, repairedUtf8(out),
-                "Could not wait for " + executable + ": " + errnoText(waitError)};
+                "プログラム「" + programName(executable) + "」の終了を確認できませんでした: " +
+                    ErrorText::posix(waitError)};
     }
     if (drainError)
-        err += "\nCould not read the output of " + executable + ": " + errnoText(drainError);
+        err += "\nプログラム「" + programName(executable) + "」の出力を読めませんでした: " +
+               ErrorText::posix(drainError);
 
     int status = -1;
     if (WIFEXITED(wstatus)) {
@@ -188,13 +254,38 @@ ShellResult Shell::run(const std::string& executable, const std::vector<std::str
     return {status, std::move(out), std::move(err)};
 }
 
+}  // namespace
+
+ShellResult Shell::run(const std::string& executable, const std::vector<std::string>& arguments) {
+    return runProcess(executable, arguments, nullptr);
+}
+
+ShellResult Shell::runWithInput(const std::string& executable,
+                                const std::vector<std::string>& arguments,
+                                const std::string& input) {
+    return runProcess(executable, arguments, &input);
+}
+
+std::string Shell::quoted(const std::string& text) {
+    std::string quoted = "'";
+    for (const char c : text) {
+        if (c == '\'') {
+            quoted += "'\\''";
+        } else {
+            quoted += c;
+        }
+    }
+    quoted += '\'';
+    return quoted;
+}
+
 ShellResult Shell::adminVia(const std::string& elevator, const std::string& command) {
     ShellResult result = run(elevator, {"/bin/sh", "-c", command});
     if (result.status == pkexecDismissed) {
         // The flows recognise a cancelled password dialog by "-128", the
         // number the platform's own dialog reports.
         if (!result.err.empty() && result.err.back() != '\n') result.err += '\n';
-        result.err += "Authentication was dismissed or refused (-128)";
+        result.err += "認証が取り消されました (-128)";
     }
     return result;
 }

@@ -20,6 +20,13 @@ namespace Shell {
 // stalls. No descriptor of ours leaks into the child.
 ShellResult run(const std::string& executable, const std::vector<std::string>& arguments);
 
+// `run` with `input` written to the child's standard input, which is then
+// closed. Writing goes on while the output is drained, so neither side can
+// stall the other whatever the sizes; a child that exits without reading
+// everything is no error of ours.
+ShellResult runWithInput(const std::string& executable, const std::vector<std::string>& arguments,
+                         const std::string& input);
+
 // Runs one shell command line with administrator rights after the user has
 // authenticated: `/usr/bin/pkexec /bin/sh -c COMMAND`. The caller quotes the
 // command line. A dismissed or refused authentication comes back with a
@@ -30,6 +37,10 @@ ShellResult admin(const std::string& command);
 // `admin` through another elevation program given by absolute path (it is
 // called as ELEVATOR /bin/sh -c COMMAND). Tests pass a script here.
 ShellResult adminVia(const std::string& elevator, const std::string& command);
+
+// `text` in single quotes for a POSIX shell, each embedded single quote
+// written as '\''. Nothing else needs escaping inside single quotes.
+std::string quoted(const std::string& text);
 
 // Escapes `text` for the inside of an AppleScript string literal: every
 // backslash is doubled first, then every double quote gets a backslash in

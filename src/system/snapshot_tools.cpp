@@ -2,7 +2,6 @@
 
 #include <string_view>
 
-#include "system/cleaner.h"
 #include "system/shell.h"
 
 namespace kelvane {
@@ -66,7 +65,7 @@ std::string SnapshotTools::deleteCommand(const std::vector<std::string>& dates) 
     std::string command;
     for (const std::string& date : dates) {
         if (!command.empty()) command += "; ";
-        command += std::string(tmutilPath) + " deletelocalsnapshots " + Cleaner::shellQuoted(date);
+        command += std::string(tmutilPath) + " deletelocalsnapshots " + Shell::quoted(date);
     }
     return command;
 }

@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <climits>
 #include <ctime>
@@ -13,14 +15,16 @@
 
 #include "core/home_trash.h"
 #include "core/path_text.h"
+#include "system/deletion_rules.h"
+#include "system/file_identity.h"
 #include "system/unique_fd.h"
 
 namespace kelvane {
 namespace {
 
 constexpr std::string_view infoSuffix = ".trashinfo";
-// Room kept for the ".N" that makes a name unique, should it be needed.
-constexpr std::size_t counterRoom = 12;
+// Longer endings are not taken for extensions when a name must be shortened.
+constexpr std::size_t maxExtension = 16;
 constexpr unsigned maxAttempts = 100000;
 
 // Creates `path` and any missing parents with mode 0700, like mkdir -p.
@@ -35,37 +39,46 @@ int makeFolders(const std::string& path) {
     return 0;
 }
 
-// The device of `path`, or of its nearest existing ancestor: where a trash
-// folder that does not exist yet would be made.
-int deviceOfNearest(std::string path, dev_t& device) {
-    struct stat st {};
-    while (::stat(path.c_str(), &st) != 0) {
-        if (errno != ENOENT) return errno;
+// Mount comparison for walking up a path: the mount id where the kernel has
+// one, else the device.
+bool onSameMount(const FileIdentity& a, const FileIdentity& b) {
+    if (a.mountId != 0 && b.mountId != 0) return a.mountId == b.mountId;
+    return a.dev == b.dev;
+}
+
+// What `path`, or its nearest existing ancestor, is: where a trash folder
+// that does not exist yet would be made.
+int identifyNearest(std::string path, FileIdentity& out) {
+    while (const int e = identify(AT_FDCWD, path.c_str(), out)) {
+        if (e != ENOENT) return e;
         const std::string up = PathText::parent(path);
         if (up == path || up.empty()) return ENOENT;
         path = up;
     }
-    device = st.st_dev;
     return 0;
 }
 
-// The top folder of the file system `device` that holds `path`: the highest
-// ancestor still on that device.
-int topFolder(const std::string& path, dev_t device, std::string& top) {
-    std::string current = PathText::parent(path);
-    struct stat st {};
-    if (::stat(current.c_str(), &st) != 0) return errno;
-    // The item is itself a mount point; it cannot move out of its own file
-    // system.
-    if (st.st_dev != device) return EXDEV;
-    while (current != "/") {
-        const std::string up = PathText::parent(current);
-        if (::stat(up.c_str(), &st) != 0) return errno;
-        if (st.st_dev != device) break;
-        current = up;
+// Where the folder open as `fd` really is, links resolved: what the kernel
+// says of the descriptor. The trash of an item reached through a link to
+// another disk belongs to that disk's top folder, not to the link's.
+std::string physicalPath(int fd, const std::string& fallback) {
+    const std::string proc = "/proc/self/fd/" + std::to_string(fd);
+    std::array<char, PATH_MAX> buffer{};
+    const ssize_t n = ::readlink(proc.c_str(), buffer.data(), buffer.size() - 1);
+    if (n <= 0 || buffer[0] != '/') return fallback;
+    return std::string(buffer.data(), static_cast<std::size_t>(n));
+}
+
+// The top folder of the mount that holds `folder`: its highest ancestor
+// still on that mount.
+std::string topFolder(std::string folder, const FileIdentity& mount) {
+    while (folder != "/") {
+        const std::string up = PathText::parent(folder);
+        FileIdentity above;
+        if (identify(AT_FDCWD, up.c_str(), above) != 0 || !onSameMount(above, mount)) break;
+        folder = up;
     }
-    top = current;
-    return 0;
+    return folder;
 }
 
 // A trash folder we may use: a real folder (not a link), owned by us.
@@ -114,14 +127,29 @@ std::string deletionDate() {
     return text;
 }
 
-// `name` cut so that name, a counter and ".trashinfo" fit in NAME_MAX bytes,
-// without splitting a UTF-8 sequence when the name is UTF-8.
-std::string fittingName(const std::string& name) {
-    const std::size_t limit = NAME_MAX - infoSuffix.size() - counterRoom;
-    if (name.size() + infoSuffix.size() <= NAME_MAX) return name;
-    std::size_t cut = limit;
-    while (cut > 0 && (static_cast<unsigned char>(name[cut]) & 0xC0) == 0x80) --cut;
-    return name.substr(0, cut == 0 ? limit : cut);
+// Cuts `text` to at most `room` bytes without splitting a UTF-8 sequence
+// when the text is UTF-8 (a name that is not is cut where it must be).
+std::string cutTo(const std::string& text, std::size_t room) {
+    if (text.size() <= room) return text;
+    std::size_t cut = room;
+    while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;
+    return text.substr(0, cut == 0 ? room : cut);
+}
+
+// The name an item takes in files/ on the `attempt`th try: the name itself,
+// then "stem.2.ext", "stem.3.ext", ... Name and info file ("NAME.trashinfo")
+// must both fit NAME_MAX bytes, so a long stem is shortened; the extension
+// stays, so the file still opens with the right program once restored.
+std::string trashName(const std::string& name, unsigned attempt) {
+    const std::size_t limit = NAME_MAX - infoSuffix.size();
+    const std::string counter = attempt == 1 ? "" : "." + std::to_string(attempt);
+    const std::size_t dot = name.rfind('.');
+    std::string extension =
+        dot != std::string::npos && dot > 0 && name.size() - dot <= maxExtension ? name.substr(dot)
+                                                                                : "";
+    if (attempt == 1 && name.size() <= limit) return name;
+    const std::string stem = name.substr(0, name.size() - extension.size());
+    return cutTo(stem, limit - counter.size() - extension.size()) + counter + extension;
 }
 
 bool writeAll(int fd, std::string_view text) {
@@ -136,34 +164,38 @@ bool writeAll(int fd, std::string_view text) {
     return true;
 }
 
-// rename without replacing an existing target. RENAME_NOREPLACE makes the
+// renameat without replacing an existing target. RENAME_NOREPLACE makes the
 // check and the move one step; file systems without it get a check first.
-int moveNoReplace(const std::string& from, const std::string& to) {
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
+int moveNoReplace(int fromDir, const std::string& from, int toDir, const std::string& to) {
+    if (::renameat2(fromDir, from.c_str(), toDir, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
     if (errno != EINVAL && errno != ENOSYS) return errno;
     struct stat st {};
-    if (::lstat(to.c_str(), &st) == 0) return EEXIST;
-    if (::rename(from.c_str(), to.c_str()) != 0) return errno;
+    if (::fstatat(toDir, to.c_str(), &st, AT_SYMLINK_NOFOLLOW) == 0) return EEXIST;
+    if (::renameat(fromDir, from.c_str(), toDir, to.c_str()) != 0) return errno;
     return 0;
 }
 
-std::optional<FileError> moveInto(const TrashPlace& place, const std::string& path) {
+// Moves the located item into `place`; `original` is where it really is,
+// for its info file.
+std::optional<FileError> moveInto(const TrashPlace& place, const DeletionRules::Target& target,
+                                  const std::string& original) {
     const std::string files = place.folder + "/files";
     const std::string info = place.folder + "/info";
-    if (const int e = makeFolders(files)) return FileError::fromErrno(e, "mkdir", files);
-    if (const int e = makeFolders(info)) return FileError::fromErrno(e, "mkdir", info);
+    if (const int e = makeFolders(files)) return FileError::fromErrno(e);
+    if (const int e = makeFolders(info)) return FileError::fromErrno(e);
+    const UniqueFd filesFd(::open(files.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!filesFd.valid()) return FileError::fromErrno(errno);
 
-    std::string original = path;
+    std::string key = original;
     if (!place.pathBase.empty()) {
         const std::size_t skip = place.pathBase == "/" ? 1 : place.pathBase.size() + 1;
-        original = path.substr(skip);
+        key = original.substr(std::min(skip, original.size()));
     }
-    const std::string content = "[Trash Info]\nPath=" + Trash::percentEncoded(original) +
+    const std::string content = "[Trash Info]\nPath=" + Trash::percentEncoded(key) +
                                 "\nDeletionDate=" + deletionDate() + "\n";
 
-    const std::string base = fittingName(PathText::lastComponent(path));
-    for (unsigned n = 1; n <= maxAttempts; ++n) {
-        const std::string name = n == 1 ? base : base + "." + std::to_string(n);
+    for (unsigned attempt = 1; attempt <= maxAttempts; ++attempt) {
+        const std::string name = trashName(target.name, attempt);
         const std::string infoPath = info + "/" + name + std::string(infoSuffix);
         // The info file comes first and claims the name: whoever creates it
         // owns that name, so two trashing processes never collide.
@@ -171,24 +203,25 @@ std::optional<FileError> moveInto(const TrashPlace& place, const std::string& pa
             ::open(infoPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
         if (!fd.valid()) {
             if (errno == EEXIST) continue;
-            return FileError::fromErrno(errno, "open", infoPath);
+            return FileError::fromErrno(errno);
         }
         const bool written = writeAll(fd.get(), content);
         const int writeError = errno;
         if (!written || fd.reset() != 0) {
             const int e = written ? errno : writeError;
             ::unlink(infoPath.c_str());
-            return FileError::fromErrno(e, "write", infoPath);
+            return FileError::fromErrno(e);
         }
-        const int moveError = moveNoReplace(path, files + "/" + name);
+        const int moveError =
+            moveNoReplace(target.parent.get(), target.name, filesFd.get(), name);
         if (moveError == 0) return std::nullopt;
         // Without the item its info file would describe nothing.
         ::unlink(infoPath.c_str());
         // A leftover in files/ without info: take the next name.
         if (moveError == EEXIST) continue;
-        return FileError::fromErrno(moveError, "rename", path);
+        return DeletionRules::failure(target.parent.get(), target.name, moveError);
     }
-    return FileError::fromErrno(EEXIST, "rename", path);
+    return FileError::fromErrno(EEXIST);
 }
 
 }  // namespace
@@ -215,7 +248,7 @@ std::optional<FileError> Trash::forgetRemovedItem(const std::string& path) {
     if (!info) return std::nullopt;
     // An item put in files/ by hand has no info file; that is fine.
     if (::unlink(info->c_str()) != 0 && errno != ENOENT) {
-        return FileError::fromErrno(errno, "unlink", *info);
+        return FileError::fromErrno(errno);
     }
     return std::nullopt;
 }
@@ -241,31 +274,30 @@ std::string Trash::percentEncoded(const std::string& path) {
 }
 
 std::optional<FileError> Trash::moveToTrash(const std::string& path) {
-    if (path.empty()) return FileError::fromErrno(ENOENT, "lstat", path);
-    const std::string name = PathText::lastComponent(path);
-    if (name == "/" || name == "." || name == "..") {
-        return FileError::fromErrno(EINVAL, "rename", path);
-    }
-    struct stat item {};
-    if (::lstat(path.c_str(), &item) != 0) return FileError::fromErrno(errno, "lstat", path);
+    auto located = DeletionRules::locate(path, DeletionRules::LinkTrust::currentUser());
+    if (auto* error = std::get_if<FileError>(&located)) return std::move(*error);
+    const auto& target = std::get<DeletionRules::Target>(located);
 
     const std::string home = homeTrash();
-    dev_t homeDevice = 0;
-    if (const int e = deviceOfNearest(home, homeDevice)) {
-        return FileError::fromErrno(e, "stat", home);
+    if (DeletionRules::isTrashFolder(target.item, home)) {
+        return FileError::refusal(FileError::trashOwnFolder);
     }
-    if (homeDevice == item.st_dev) return moveInto({home, ""}, path);
+    const std::string folder = physicalPath(target.parent.get(), PathText::parent(path));
+    const std::string original = PathText::join(folder, target.name);
+    FileIdentity homeMount;
+    if (const int e = identifyNearest(home, homeMount)) return FileError::fromErrno(e);
+    if (onSameMount(homeMount, target.parentIdentity)) return moveInto({home, ""}, target, original);
 
-    std::string top;
-    if (const int e = topFolder(path, item.st_dev, top)) {
-        return FileError::fromErrno(e, "rename", path);
-    }
+    // Another file system (or another mount of the same one, which rename
+    // cannot cross either): that volume's own trash, at its top folder.
     TrashPlace place;
-    if (const int e = volumeTrash(top, place)) {
-        return FileError::fromErrno(e, "mkdir",
-                                    PathText::join(top, ".Trash-" + std::to_string(getuid())));
+    if (const int e = volumeTrash(topFolder(folder, target.parentIdentity), place)) {
+        return FileError::refusal(FileError::noUsableTrash, e);
     }
-    return moveInto(place, path);
+    if (DeletionRules::isTrashFolder(target.item, place.folder)) {
+        return FileError::refusal(FileError::trashOwnFolder);
+    }
+    return moveInto(place, target, original);
 }
 
 }  // namespace kelvane

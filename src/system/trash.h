@@ -28,11 +28,16 @@ std::optional<std::string> infoFileOf(const std::string& trashFolder, const std:
 // file is no error; nothing else is ever touched.
 std::optional<FileError> forgetRemovedItem(const std::string& path);
 
-// Moves the item at `path` (not following a final symbolic link) into the
-// trash of its file system: the home trash when it lives on the same file
-// system, otherwise $topdir/.Trash/$uid (when $topdir/.Trash is a real,
-// sticky folder) or $topdir/.Trash-$uid. Returns nothing on success, or the
-// error of the system call that failed.
+// Moves the item at `path` (a final symbolic link is moved, not followed)
+// into the trash of its file system, under the deletion rules
+// (deletion_rules.h): the home trash when the item is on the same mount,
+// otherwise $topdir/.Trash/$uid (when $topdir/.Trash is a real, sticky
+// folder) or $topdir/.Trash-$uid, $topdir being the top of the mount where
+// the item physically is. The trash's own folders are refused; so is an
+// item whose volume offers no trash we may use (noUsableTrash: deleting it
+// for good still works). Collision names keep the extension and always fit
+// NAME_MAX together with their info file. Returns nothing on success, or
+// the error.
 std::optional<FileError> moveToTrash(const std::string& path);
 
 // `path` percent-encoded for the Path key of a .trashinfo file: bytes other

@@ -6,194 +6,268 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <climits>
 #include <memory>
+#include <set>
 #include <string_view>
+#include <variant>
 #include <vector>
 
-#include "core/path_text.h"
 #include "system/unique_fd.h"
 
 namespace kelvane {
 namespace {
+
+// Folders held open at once. Deeper trees close the ones nearest the top
+// and reopen them through ".." on the way back up.
+constexpr std::size_t kOpenLevels = 64;
 
 struct DirCloser {
     void operator()(DIR* d) const { closedir(d); }
 };
 using DirHandle = std::unique_ptr<DIR, DirCloser>;
 
-// Opens the folder `path` for use as the base of *at calls. Links among the
-// ancestors are followed (they are part of how the user reached the item);
-// a path longer than PATH_MAX is opened one component at a time.
-int openBase(const std::string& path, UniqueFd& fd) {
-    constexpr int flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
-    if (path.size() < PATH_MAX) {
-        fd.reset(::open(path.c_str(), flags));
-        if (fd.valid()) return 0;
-        if (errno != ENAMETOOLONG) return errno;
-    }
-    fd.reset(::open(path.starts_with('/') ? "/" : ".", flags));
-    if (!fd.valid()) return errno;
-    std::size_t start = 0;
-    while (start < path.size()) {
-        std::size_t end = path.find('/', start);
-        if (end == std::string::npos) end = path.size();
-        if (end > start) {
-            const std::string component = path.substr(start, end - start);
-            UniqueFd next(::openat(fd.get(), component.c_str(), flags));
-            if (!next.valid()) return errno;
-            fd = std::move(next);
-        }
-        start = end + 1;
-    }
-    return 0;
-}
-
-// One folder being emptied: its open stream, where it sits and what it is.
+// One folder being emptied.
 struct Level {
-    DirHandle dir;
+    DirHandle dir;  // null while closed to save descriptors
     std::string name;  // in the folder one level up
-    std::string path;  // for error descriptions only
+    FileIdentity identity;
+    // Names that could not be removed: skipped when the folder is read
+    // again after being reopened, so nothing is tried twice.
+    std::set<std::string> leftBehind;
+    bool incomplete = false;
 };
+
+bool isPermission(int errnum) {
+    return errnum == EACCES || errnum == EPERM;
+}
 
 class Remover {
   public:
-    explicit Remover(dev_t device) : device_(device) {}
+    Remover(int topFd, const FileIdentity& tree) : topFd_(topFd), tree_(tree), euid_(::geteuid()) {}
 
-    // Records the first failure; later ones change nothing.
-    void fail(int errnum, const char* operation, const std::string& path) {
-        if (!error_) error_ = FileError::fromErrno(errnum, operation, path);
+    void run(const std::string& name, const FileIdentity& seen) {
+        enter(topFd_, name, seen);
+        while (!stack_.empty()) step();
     }
 
-    // Opens the folder `name` in `parentFd` without following a link, and
-    // checks that it is the very folder that was looked at (not swapped in
-    // the meantime) and lies on the same file system. On failure `failure`
-    // says which call failed and how.
-    struct Failure {
-        int errnum = 0;
-        const char* operation = "";
-    };
-    static DirHandle openFolder(int parentFd, const std::string& name, const struct stat& seen,
-                                dev_t device, Failure& failure) {
+    std::optional<FileError> result() const { return error_; }
+
+  private:
+    void fail(FileError error) {
+        if (!error_) error_ = std::move(error);
+    }
+
+    void failAt(int dirFd, const std::string& name, int errnum) {
+        fail(DeletionRules::failure(dirFd, name, errnum));
+    }
+
+    // `name` stays in the folder on top of the stack, and so does that folder.
+    void leave(const std::string& name) {
+        if (stack_.empty()) return;
+        stack_.back().leftBehind.insert(name);
+        stack_.back().incomplete = true;
+    }
+
+    // The owner may give themselves the rights a folder of theirs lacks;
+    // done only for folders inside the item being removed. Root needs none.
+    bool unlock(int fd, FileIdentity& identity) {
+        if (euid_ == 0 || identity.uid != euid_) return false;
+        if ((identity.mode & S_IRWXU) == S_IRWXU) return false;  // not what stands in the way
+        const mode_t mode = (identity.mode | S_IRWXU) & 07777;
+        if (::fchmod(fd, mode) != 0) return false;
+        identity.mode = (identity.mode & ~07777) | mode;
+        return true;
+    }
+
+    // The same for a folder we cannot open yet: reached by an O_PATH
+    // descriptor (which never follows a link) whose identity is checked, and
+    // changed through its /proc name, since fchmod refuses O_PATH.
+    bool unlockUnopened(int parentFd, const std::string& name, const FileIdentity& seen) {
+        if (euid_ == 0 || seen.uid != euid_) return false;
+        const UniqueFd fd(::openat(parentFd, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+        FileIdentity now;
+        if (!fd.valid() || identify(fd.get(), "", now) != 0 || !now.isFolder() ||
+            !now.sameFile(seen)) {
+            return false;
+        }
+        const std::string procName = "/proc/self/fd/" + std::to_string(fd.get());
+        return ::chmod(procName.c_str(), (now.mode | S_IRWXU) & 07777) == 0;
+    }
+
+    // Opens the folder `name` of `parentFd` without following a link and
+    // checks it is the folder that was looked at, on the tree's mount.
+    DirHandle open(int parentFd, const std::string& name, const FileIdentity& seen, int& errnum,
+                   bool& otherMount) {
         UniqueFd fd(
             ::openat(parentFd, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
         if (!fd.valid()) {
-            failure = {errno, "open"};
+            errnum = errno;
             return nullptr;
         }
-        struct stat now {};
-        if (::fstat(fd.get(), &now) != 0) {
-            failure = {errno, "fstat"};
+        FileIdentity now;
+        if (const int e = identify(fd.get(), "", now)) {
+            errnum = e;
             return nullptr;
         }
-        if (now.st_dev != seen.st_dev || now.st_ino != seen.st_ino) {
-            failure = {EAGAIN, "open"};
+        if (!now.sameFile(seen)) {
+            errnum = EAGAIN;
             return nullptr;
         }
-        if (now.st_dev != device) {
-            // A file system mounted inside the tree is not ours to empty.
-            failure = {EXDEV, "open"};
+        if (!now.sameMount(tree_)) {
+            otherMount = true;
             return nullptr;
         }
         DirHandle dir(::fdopendir(fd.get()));
         if (!dir) {
-            failure = {errno, "fdopendir"};
+            errnum = errno;
             return nullptr;
         }
         fd.release();  // now owned by the stream
         return dir;
     }
 
-    // Descends into the folder `name` of `parentFd`, or, when it cannot be
-    // opened, removes it if it happens to be empty; only when that fails too
-    // does the opening error count.
-    void enter(std::vector<Level>& stack, int parentFd, const std::string& name,
-               const struct stat& seen, const std::string& path) {
-        Failure failure;
-        if (DirHandle dir = openFolder(parentFd, name, seen, device_, failure)) {
-            stack.push_back({std::move(dir), name, path});
-        } else if (::unlinkat(parentFd, name.c_str(), AT_REMOVEDIR) != 0) {
-            fail(failure.errnum, failure.operation, path);
+    void enter(int parentFd, const std::string& name, const FileIdentity& seen) {
+        int errnum = 0;
+        bool otherMount = false;
+        DirHandle dir = open(parentFd, name, seen, errnum, otherMount);
+        if (!dir && errnum == EACCES && unlockUnopened(parentFd, name, seen)) {
+            dir = open(parentFd, name, seen, errnum, otherMount);
         }
+        if (dir) {
+            stack_.push_back({std::move(dir), name, seen, {}, false});
+            closeFarLevels();
+            return;
+        }
+        if (otherMount) {
+            fail(FileError::refusal(FileError::mountInside));
+            return leave(name);
+        }
+        if (errnum == ENOENT) return;
+        if (errnum == EAGAIN) {
+            fail(FileError::refusal(FileError::changedMeanwhile));
+            return leave(name);
+        }
+        // A folder that cannot be read may still be empty, and then it can go.
+        if (removeEntry(parentFd, name, AT_REMOVEDIR)) return;
+        failAt(parentFd, name, errnum);
+        leave(name);
     }
 
-    // Removes the folder `name` in `parentFd` with everything below it.
-    // Iterative, so the depth of the tree is bounded by descriptors, not by
-    // the stack.
-    void removeFolder(int parentFd, const std::string& name, const struct stat& seen,
-                      const std::string& path) {
-        std::vector<Level> stack;
-        enter(stack, parentFd, name, seen, path);
-        while (!stack.empty()) {
-            Level& level = stack.back();
-            const int fd = dirfd(level.dir.get());
-            errno = 0;
-            const dirent* entry = ::readdir(level.dir.get());
-            if (entry == nullptr) {
-                if (errno != 0) fail(errno, "readdir", level.path);
-                const std::string doneName = level.name;
-                const std::string donePath = level.path;
-                stack.pop_back();
-                const int upFd = stack.empty() ? parentFd : dirfd(stack.back().dir.get());
-                if (::unlinkat(upFd, doneName.c_str(), AT_REMOVEDIR) != 0) {
-                    fail(errno, "rmdir", donePath);
-                }
-                continue;
-            }
-            const std::string_view childName = entry->d_name;
-            if (childName == "." || childName == "..") continue;
-            const std::string child(childName);
-            const std::string childPath = level.path + "/" + child;
-            bool isFolder = entry->d_type == DT_DIR;
-            struct stat childStat {};
-            if (entry->d_type == DT_DIR || entry->d_type == DT_UNKNOWN) {
-                if (::fstatat(fd, child.c_str(), &childStat, AT_SYMLINK_NOFOLLOW) != 0) {
-                    fail(errno, "lstat", childPath);
-                    continue;
-                }
-                isFolder = S_ISDIR(childStat.st_mode);
-            }
-            if (!isFolder) {
-                if (::unlinkat(fd, child.c_str(), 0) != 0) fail(errno, "unlink", childPath);
-                continue;
-            }
-            enter(stack, fd, child, childStat, childPath);
+    // unlinkat that counts an entry already gone as removed and, when the
+    // containing folder is the user's own and merely not writable, makes it
+    // writable and tries once more.
+    bool removeEntry(int dirFd, const std::string& name, int flags) {
+        if (::unlinkat(dirFd, name.c_str(), flags) == 0 || errno == ENOENT) return true;
+        const int errnum = errno;
+        if (!isPermission(errnum) || stack_.empty() || !stack_.back().dir ||
+            dirfd(stack_.back().dir.get()) != dirFd ||
+            !unlock(dirFd, stack_.back().identity)) {
+            errno = errnum;
+            return false;
         }
+        return ::unlinkat(dirFd, name.c_str(), flags) == 0 || errno == ENOENT;
     }
 
-    std::optional<FileError> result() const { return error_; }
+    void closeFarLevels() {
+        std::size_t open = 0;
+        for (auto it = stack_.rbegin(); it != stack_.rend() && it->dir; ++it) ++open;
+        if (open > kOpenLevels) stack_[stack_.size() - open].dir.reset();
+    }
 
-  private:
-    dev_t device_;
+    // Reopens `up` (closed earlier) from its child's descriptor.
+    bool reopen(Level& up, int childFd) {
+        UniqueFd fd(::openat(childFd, "..", O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        FileIdentity now;
+        if (!fd.valid() || identify(fd.get(), "", now) != 0 || !now.sameFile(up.identity)) {
+            return false;
+        }
+        up.dir.reset(::fdopendir(fd.get()));
+        if (!up.dir) return false;
+        fd.release();
+        return true;
+    }
+
+    // The folder on top of the stack has been read to its end: remove it.
+    void finish(int readError) {
+        Level done = std::move(stack_.back());
+        stack_.pop_back();
+        if (readError != 0) {
+            failAt(dirfd(done.dir.get()), "", readError);
+            done.incomplete = true;
+        }
+        if (!stack_.empty() && !stack_.back().dir &&
+            !reopen(stack_.back(), dirfd(done.dir.get()))) {
+            // The way back up no longer leads where we came from: stop
+            // rather than delete anywhere else.
+            fail(FileError::refusal(FileError::changedMeanwhile));
+            stack_.clear();
+            return;
+        }
+        done.dir.reset();
+        const int upFd = stack_.empty() ? topFd_ : dirfd(stack_.back().dir.get());
+        if (removeEntry(upFd, done.name, AT_REMOVEDIR)) return;
+        // An incomplete folder is not empty; its first failure says why.
+        if (!done.incomplete) failAt(upFd, done.name, errno);
+        leave(done.name);
+    }
+
+    void step() {
+        Level& level = stack_.back();
+        const int fd = dirfd(level.dir.get());
+        errno = 0;
+        const dirent* entry = ::readdir(level.dir.get());
+        if (entry == nullptr) return finish(errno);
+        const std::string_view view = entry->d_name;
+        if (view == "." || view == ".." || level.leftBehind.count(std::string(view)) != 0) return;
+        const std::string name(view);
+        FileIdentity child;
+        bool isFolder = entry->d_type == DT_DIR;
+        if (entry->d_type == DT_DIR || entry->d_type == DT_UNKNOWN) {
+            if (const int e = identify(fd, name.c_str(), child)) {
+                if (e == ENOENT) return;
+                failAt(fd, name, e);
+                return leave(name);
+            }
+            isFolder = child.isFolder();
+        }
+        if (!isFolder) {
+            if (removeEntry(fd, name, 0)) return;
+            failAt(fd, name, errno);
+            return leave(name);
+        }
+        if (!child.sameMount(tree_)) {
+            fail(FileError::refusal(FileError::mountInside));
+            return leave(name);
+        }
+        enter(fd, name, child);
+    }
+
+    int topFd_;
+    FileIdentity tree_;
+    uid_t euid_;
+    std::vector<Level> stack_;
     std::optional<FileError> error_;
 };
 
 }  // namespace
 
 std::optional<FileError> TreeRemover::remove(const std::string& path) {
-    const std::string name = PathText::lastComponent(path);
-    if (path.empty()) return FileError::fromErrno(ENOENT, "remove", path);
-    // Removing "/", "." or ".." is never what a user confirmed.
-    if (name == "/" || name == "." || name == "..") {
-        return FileError::fromErrno(EINVAL, "remove", path);
-    }
-    std::string parent = PathText::parent(path);
-    if (parent.empty()) parent.assign(1, '.');  // a bare name lives in the working folder
+    return remove(path, DeletionRules::LinkTrust::currentUser());
+}
 
-    UniqueFd parentFd;
-    if (const int e = openBase(parent, parentFd)) return FileError::fromErrno(e, "open", parent);
-    struct stat item {};
-    if (::fstatat(parentFd.get(), name.c_str(), &item, AT_SYMLINK_NOFOLLOW) != 0) {
-        return FileError::fromErrno(errno, "lstat", path);
-    }
-    if (!S_ISDIR(item.st_mode)) {
-        if (::unlinkat(parentFd.get(), name.c_str(), 0) != 0) {
-            return FileError::fromErrno(errno, "unlink", path);
+std::optional<FileError> TreeRemover::remove(const std::string& path,
+                                             const DeletionRules::LinkTrust& trust) {
+    auto located = DeletionRules::locate(path, trust);
+    if (auto* error = std::get_if<FileError>(&located)) return std::move(*error);
+    const auto& target = std::get<DeletionRules::Target>(located);
+    if (!target.item.isFolder()) {
+        if (::unlinkat(target.parent.get(), target.name.c_str(), 0) == 0 || errno == ENOENT) {
+            return std::nullopt;
         }
-        return std::nullopt;
+        return DeletionRules::failure(target.parent.get(), target.name, errno);
     }
-    Remover remover(item.st_dev);
-    remover.removeFolder(parentFd.get(), name, item, path);
+    Remover remover(target.parent.get(), target.item);
+    remover.run(target.name, target.item);
     return remover.result();
 }
 

@@ -3,22 +3,35 @@
 #include <optional>
 #include <string>
 
+#include "system/deletion_rules.h"
 #include "system/file_error.h"
 
 namespace kelvane {
 
-// Removes a file, a symbolic link or a folder with everything below it.
-// Works from directory descriptors (openat/unlinkat) rather than path strings:
-// it never follows a symbolic link below `path` (a link to a folder removes
-// the link only), never leaves the subtree even if it is changed while being
-// removed, never descends into another mounted file system, and handles paths
-// longer than PATH_MAX.
+// Removes a file, a symbolic link or a folder with everything below it,
+// under the deletion rules (deletion_rules.h). Below the item it works from
+// directory descriptors (openat/unlinkat), never follows a symbolic link (a
+// link to a folder removes the link only), never enters another mount (same
+// device bind mounts included: mounts are told apart by mount id), and stops
+// a folder that was swapped while being removed. Depth is bounded by nothing
+// but the file system: it holds a fixed number of folders open and finds
+// its way back up through "..", checking each folder's identity.
+//
+// Like rm -rf it goes on past items it cannot remove, so only those remain;
+// an item that vanished meanwhile counts as removed. Folders of the user's
+// own below the item that merely lack write or search permission (as Go's
+// module cache leaves them) are made accessible to the owner so that their
+// contents can go; nothing above the item is ever changed.
 namespace TreeRemover {
 
-// Returns nothing when `path` is gone, otherwise the first error met. After a
-// failure inside a folder, the rest of the folder is still removed where
-// possible (like rm -rf), so only what could not be removed remains.
+// Returns nothing when `path` is gone, otherwise the first error met. Links
+// among the parent folders are followed only when the running user or root
+// owns them.
 std::optional<FileError> remove(const std::string& path);
+
+// The same with the links of another user trusted (the administrator helper
+// trusts those of the user who asked).
+std::optional<FileError> remove(const std::string& path, const DeletionRules::LinkTrust& trust);
 
 }  // namespace TreeRemover
 }  // namespace kelvane

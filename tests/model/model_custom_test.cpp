@@ -66,5 +66,33 @@ TEST_F(ModelTest, CustomFoldersAddedTwiceAndRemovedWhileScanningOrSelected) {
     EXPECT_EQ(model->states().count("trash"), 1u);
 }
 
+TEST_F(ModelTest, ACustomFolderIsItsExactPathWhateverItsName) {
+    // Each chosen folder next to siblings its name would match as a pattern.
+    const std::vector<std::pair<std::string, std::vector<std::string>>> cases{
+        {"proj*", {"proj-thesis", "projects"}}, {"a?b", {"acb"}}, {"[x]", {"x"}}};
+    for (const auto& [name, siblings] : cases) {
+        makeFile(name + "/inside", 100);
+        for (const std::string& sibling : siblings) makeFile(sibling + "/inside", 100);
+    }
+    makeModel(std::vector<CleanCategory>{});
+    for (const auto& [name, siblings] : cases) {
+        SCOPED_TRACE(name);
+        services->folderToChoose = path(name);
+        model->addCustomFolder();
+        settle();
+        const CleanCategory added = model->categories().back();
+        EXPECT_EQ(model->state(added.id).roots, std::vector<std::string>{path(name)});
+        model->confirmCleanCategory(added, true);
+        ASSERT_TRUE(model->pendingAction());
+        EXPECT_TRUE(model->pendingAction()->message.starts_with("1 項目 / 約 "));
+        confirm();
+        settle();
+        EXPECT_TRUE(exists(path(name)));
+        EXPECT_FALSE(exists(path(name + "/inside")));
+        for (const std::string& sibling : siblings)
+            EXPECT_TRUE(exists(path(sibling + "/inside"))) << sibling;
+    }
+}
+
 }  // namespace
 }  // namespace kelvane::test

@@ -4,7 +4,7 @@
 #include "model/file_probe.h"
 #include "model_fixture.h"
 #include "scan/path_glob.h"
-#include "system/cleaner.h"
+#include "system/shell.h"
 
 namespace kelvane::test {
 namespace {
@@ -25,7 +25,7 @@ TEST_F(ModelTest, LaunchOverTheDemoHome) {
     if (::access(script.c_str(), X_OK) != 0) GTEST_SKIP() << "no " << script;
     const std::string demo = path("demo");
     ASSERT_EQ(std::system(
-                  (Cleaner::shellQuoted(script) + " " + Cleaner::shellQuoted(demo) + " >/dev/null")
+                  (Shell::quoted(script) + " " + Shell::quoted(demo) + " >/dev/null")
                       .c_str()),
               0);
     makeModel(Catalog::build(demo, path("tmpbase")));

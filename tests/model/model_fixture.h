@@ -32,13 +32,15 @@ class FakeServices : public Services {
     std::vector<SimRuntime> runtimeList;
     ShellResult snapshotDeleteResult;
     ShellResult runResult;
-    ShellResult adminResult;
+    // What the administrator run answers; unset, every given path is
+    // reported deleted with status 0.
+    std::optional<AdminDeleteResult> adminResult;
     std::mutex mutex;
     std::vector<std::vector<std::string>> runCalls;
     std::vector<std::vector<std::string>> adminCalls;
     std::vector<std::vector<std::string>> snapshotDeleteCalls;
-    // What the administrator run does to the disk before it answers with
-    // adminResult; nothing by default.
+    // What the administrator run does to the disk before it answers;
+    // nothing by default.
     std::function<void(const std::vector<std::string>&)> adminEffect;
 
     std::optional<std::string> chooseFolder() override { return folderToChoose; }
@@ -59,11 +61,14 @@ class FakeServices : public Services {
         runCalls.push_back(call);
         return runResult;
     }
-    ShellResult deleteAsAdmin(const std::vector<std::string>& paths) override {
+    AdminDeleteResult deleteAsAdmin(const std::vector<std::string>& paths) override {
         const std::lock_guard lock(mutex);
         adminCalls.push_back(paths);
         if (adminEffect) adminEffect(paths);
-        return adminResult;
+        if (adminResult) return *adminResult;
+        AdminDeleteResult allDeleted;
+        for (const std::string& p : paths) allDeleted.outcome.deleted.push_back({p, 0});
+        return allDeleted;
     }
 };
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "system/admin_protocol.h"
 #include "system/shell.h"
 #include "system/trash.h"
 #include "test_support.h"
@@ -131,20 +132,25 @@ TEST(CleanerDelete, OnlyItemsDirectlyInTheFilesFolderHaveAnInfoFile) {
     }
 }
 
-TEST(CleanerClassification, ThePosixCauseDecidesFirstThenTheFileDomainCode) {
+TEST(CleanerClassification, OnlyImmutableItemsAreProtectedAndEveryOtherRefusalOfRightsIsDenied) {
     DeleteOutcome outcome;
     outcome.failures = {
-        {"/eperm-wrapped", cocoa(FileError::writeNoPermission, EPERM)},
+        {"/immutable", FileError::refusal(FileError::immutable, EPERM)},
+        {"/sticky-eperm", FileError::fromErrno(EPERM)},
         {"/eacces-wrapped", cocoa(FileError::writeUnknown, EACCES)},
         {"/513", cocoa(FileError::writeNoPermission)},
         {"/257", cocoa(FileError::readNoPermission)},
         {"/642", cocoa(FileError::writeVolumeReadOnly)},
         {"/513-over-enoent", cocoa(FileError::writeNoPermission, ENOENT)},
-        {"/posix-eperm", FileError::posix(EPERM)},
+        {"/mount-point", FileError::refusal(FileError::mountPoint)},
+        {"/no-trash", FileError::refusal(FileError::noUsableTrash, EACCES)},
         {"/other-domain-513", {"OtherDomain", 513, "", nullptr}},
     };
-    EXPECT_THAT(outcome.protectedPaths(), ElementsAre("/eperm-wrapped", "/posix-eperm"));
-    EXPECT_THAT(outcome.permissionDenied(), ElementsAre("/eacces-wrapped", "/513", "/257", "/642"));
+    EXPECT_THAT(outcome.protectedPaths(), ElementsAre("/immutable"));
+    // A volume without a trash is not a matter of rights: root could not
+    // trash it either, and the user's own permanent deletion works.
+    EXPECT_THAT(outcome.permissionDenied(),
+                ElementsAre("/sticky-eperm", "/eacces-wrapped", "/513", "/257", "/642"));
 
     // The cause is found at any depth.
     const FileError twice{FileError::cocoaDomain, 4, "",
@@ -153,63 +159,88 @@ TEST(CleanerClassification, ThePosixCauseDecidesFirstThenTheFileDomainCode) {
     EXPECT_EQ(Cleaner::underlyingErrno(cocoa(513)), std::nullopt);
 }
 
-TEST(CleanerAdmin, OneQuotedRmForTheBatchAndNothingForAnEmptyOne) {
-    EXPECT_EQ(Cleaner::adminCommand({"/tmp/a b", "/tmp/it's"}),
-              "/bin/rm -rf '/tmp/a b' '/tmp/it'\\''s'");
-    // No password prompt for nothing (pkexec is not even installed here, so
-    // running anything would fail).
-    const ShellResult nothing = Cleaner::deleteAsAdmin({});
-    EXPECT_EQ(nothing.status, 0);
-    EXPECT_EQ(nothing.out + nothing.err, "");
+TEST(AdminProtocol, AnswersNamePathsByPositionAndAnythingUnansweredFailed) {
+    const std::vector<std::string> paths = {"/a", "/b\nc", "/d", "/e", "/f"};
+    EXPECT_EQ(AdminProtocol::decodeRequest(AdminProtocol::encodeRequest(paths)), paths);
+    const std::string answer = AdminProtocol::encodeResult(0, std::nullopt) +
+                               AdminProtocol::encodeResult(1, FileError::fromErrno(EBUSY)) +
+                               AdminProtocol::encodeResult(
+                                   2, FileError::refusal(FileError::immutable, EPERM)) +
+                               "ok 1\n"    // a second answer for a path changes nothing
+                               "ok 9\n"    // no such path
+                               "bogus 3\n" // not an answer
+                               "ok 4";     // cut off: the helper died mid-line
+    const DeleteOutcome outcome = AdminProtocol::decodeResults(paths, answer);
+    ASSERT_EQ(outcome.deleted.size(), 1u);
+    EXPECT_EQ(outcome.deleted[0].path, "/a");
+    ASSERT_EQ(outcome.failures.size(), 4u);
+    EXPECT_EQ(Cleaner::underlyingErrno(outcome.failures[0].error), EBUSY);
+    EXPECT_THAT(outcome.protectedPaths(), ElementsAre("/d"));
+    for (std::size_t i : {2u, 3u}) {
+        EXPECT_TRUE(outcome.failures[i].error.isRefusal(FileError::notReported)) << i;
+    }
 }
 
-TEST(CleanerAdmin, NastyPathsSurviveBothQuotingLayersByteForByte) {
-    TempTree dir;
-    std::vector<std::string> paths;
-    std::string expected;
-    for (const std::string& name : nastyNames) {
-        paths.push_back(dir / name);
-        expected += paths.back() + '\0';
-    }
-    const std::string command = Cleaner::adminCommand(paths);
-    const std::string rm = "/bin/rm -rf ";
-    ASSERT_EQ(command.substr(0, rm.size()), rm);
-    // A harmless program in place of rm writes the arguments it received to
-    // a file, raw bytes and all.
-    const ShellResult r = test::sh("printf '%s\\0' " + command.substr(rm.size()) + " > " +
-                                   Cleaner::shellQuoted(dir / "argv"));
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(test::readFile(dir / "argv"), expected);
-    EXPECT_FALSE(test::exists(dir / "PWNED"));
-
-    // The AppleScript string literal decodes back to the very same command.
-    const std::string script = Shell::appleScript(command);
-    const std::string head = "do shell script \"", tail = "\" with administrator privileges";
-    ASSERT_TRUE(script.starts_with(head) && script.ends_with(tail));
-    std::string decoded;
-    for (std::size_t i = head.size(); i < script.size() - tail.size(); ++i) {
-        ASSERT_NE(script[i], '"') << "unescaped quote at " << i;
-        if (script[i] == '\\') ++i;
-        decoded += script[i];
-    }
-    EXPECT_EQ(decoded, command);
+TEST(CleanerAdmin, NothingToDeleteAsksForNothing) {
+    // pkexec is not even installed here: running anything would fail.
+    const AdminDeleteResult nothing = Cleaner::deleteAsAdmin({});
+    EXPECT_EQ(nothing.run.status, 0);
+    EXPECT_EQ(nothing.run.out + nothing.run.err, "");
+    EXPECT_TRUE(nothing.outcome.deleted.empty() && nothing.outcome.failures.empty());
 }
 
-TEST(CleanerAdmin, TheRealCommandRemovesExactlyTheNastyPaths) {
+TEST(CleanerAdmin, TheHelperDeletesExactlyTheNastyPathsOfAHugeBatch) {
     TempTree dir;
     std::vector<std::string> paths;
     for (const std::string& name : nastyNames) {
         test::writeFile(dir / name, "x");
         paths.push_back(dir / name);
     }
+    // 5,000 paths of 200 bytes: far beyond what one argument may hold.
+    test::makeFolder(dir / "many");
+    for (int i = 0; i < 5000; ++i) {
+        std::string name = std::to_string(i);
+        name.resize(200 - (dir / "many/").size(), 'n');
+        test::writeFile(dir / "many/" + name, "");
+        paths.push_back(dir / "many/" + name);
+    }
     test::writeFile(dir / "bystander", "keep");
     // The whole administrator path with a pass-through in place of pkexec.
     const std::string elevator = test::writeScript(dir.path(), "elevator", "exec \"$@\"");
-    const ShellResult r = Shell::adminVia(elevator, Cleaner::adminCommand(paths));
-    EXPECT_EQ(r.status, 0) << r.err;
+    const AdminDeleteResult r = Cleaner::deleteAsAdminVia(elevator, KELVANE_TEST_ADMIN_HELPER, paths);
+    EXPECT_EQ(r.run.status, 0) << r.run.err;
+    EXPECT_EQ(r.outcome.deleted.size(), paths.size());
+    EXPECT_TRUE(r.outcome.failures.empty());
     for (const std::string& p : paths) EXPECT_FALSE(test::exists(p)) << p;
     EXPECT_TRUE(test::exists(dir / "bystander"));
     EXPECT_FALSE(test::exists(dir / "PWNED"));
+}
+
+TEST(CleanerAdmin, ElevationThatDoesNotHappenDeletesNothing) {
+    TempTree dir;
+    test::writeFile(dir / "kept", "x");
+    const std::vector<std::string> paths = {dir / "kept"};
+    struct Case {
+        std::string elevator;
+        bool missing;
+        std::string errHas;
+    } cases[] = {
+        {test::writeScript(dir.path(), "dismissed", "exit 126"), false, "-128"},
+        {test::writeScript(dir.path(), "no-agent", "echo 'Error getting authority' >&2; exit 127"),
+         false, "認証"},
+        {dir / "no-pkexec", true, "pkexec"},
+    };
+    for (const Case& c : cases) {
+        const AdminDeleteResult r =
+            Cleaner::deleteAsAdminVia(c.elevator, KELVANE_TEST_ADMIN_HELPER, paths);
+        EXPECT_NE(r.run.status, 0) << c.elevator;
+        EXPECT_EQ(r.elevationMissing, c.missing) << c.elevator;
+        EXPECT_NE(r.run.err.find(c.errHas), std::string::npos) << r.run.err;
+        EXPECT_EQ(r.run.err.find("Error"), std::string::npos) << r.run.err;
+        ASSERT_EQ(r.outcome.failures.size(), 1u);
+        EXPECT_TRUE(r.outcome.failures[0].error.isRefusal(FileError::notReported));
+    }
+    EXPECT_TRUE(test::exists(dir / "kept"));
 }
 
 }  // namespace

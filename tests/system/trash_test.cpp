@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "system/cleaner.h"
+#include "system/shell.h"
 #include "test_support.h"
 
 namespace kelvane {
@@ -128,8 +129,8 @@ TEST_F(HomeTrash, TrashCliListsAndRestoresWhatWeTrashed) {
 
     for (const std::string& original : {spaced, japanese}) {
         const ShellResult restored =
-            test::sh("cd " + Cleaner::shellQuoted(work) + " && echo 0 | /usr/bin/trash-restore " +
-                     Cleaner::shellQuoted(original));
+            test::sh("cd " + Shell::quoted(work) + " && echo 0 | /usr/bin/trash-restore " +
+                     Shell::quoted(original));
         EXPECT_EQ(restored.status, 0) << restored.out << restored.err;
     }
     EXPECT_EQ(readFile(spaced), "spaced");
@@ -164,8 +165,8 @@ TEST_F(HomeTrash, ItemOnAnotherFileSystemGoesToThatVolumesTrash) {
     if (exists("/usr/bin/trash-list")) {
         EXPECT_THAT(test::sh("/usr/bin/trash-list").out, HasSubstr(" " + item + "\n"));
     }
-    test::sh("rm -f " + Cleaner::shellQuoted(volumeTrash + "/files/on volume") + " " +
-             Cleaner::shellQuoted(volumeTrash + "/info/on volume.trashinfo"));
+    test::sh("rm -f " + Shell::quoted(volumeTrash + "/files/on volume") + " " +
+             Shell::quoted(volumeTrash + "/info/on volume.trashinfo"));
 
     // With an administrator's shared, sticky .Trash the user's folder goes
     // inside it.
@@ -175,7 +176,7 @@ TEST_F(HomeTrash, ItemOnAnotherFileSystemGoesToThatVolumesTrash) {
     EXPECT_EQ(Trash::moveToTrash(item), std::nullopt);
     EXPECT_EQ(readFile("/dev/shm/.Trash/" + uid + "/files/on volume"), "w");
     test::sh("rm -rf /dev/shm/.Trash");
-    if (!trashExisted) test::sh("rm -rf " + Cleaner::shellQuoted(volumeTrash));
+    if (!trashExisted) test::sh("rm -rf " + Shell::quoted(volumeTrash));
 }
 
 }  // namespace

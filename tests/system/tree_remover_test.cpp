@@ -121,52 +121,70 @@ void deleteAsTestUser(const std::string& dir) {
         EXPECT_EQ(gone, deleted);
         EXPECT_EQ(outcome.permissionDenied(), denied);
         EXPECT_EQ(outcome.failures.size(), denied.size());
-        for (const DeleteFailure& f : outcome.failures) {
-            EXPECT_EQ(Cleaner::underlyingErrno(f.error), EACCES) << f.path;
-        }
+        EXPECT_TRUE(outcome.protectedPaths().empty());
     };
-    // An unreadable folder that is empty can still be removed.
+    // The user's own folders without write or search permission are opened
+    // up inside the selection only: locked/inside alone is refused, since
+    // its folder is not part of what was selected, but locked goes whole.
+    // Another user's folder (EACCES) and another user's file in a sticky
+    // folder (EPERM) need the administrator — not "protected".
     check(Cleaner::deleteItems({w + "/free", w + "/locked/inside", w + "/locked", w + "/sealed",
-                                w + "/empty-sealed"},
+                                w + "/empty-sealed", w + "/modcache", w + "/rootowned/mine",
+                                w + "/sticky/theirs"},
                                true, none),
-          {w + "/free", w + "/empty-sealed"}, {w + "/locked/inside", w + "/locked", w + "/sealed"});
-    // Moving to the trash fails the same way.
+          {w + "/free", w + "/locked", w + "/sealed", w + "/empty-sealed", w + "/modcache"},
+          {w + "/locked/inside", w + "/rootowned/mine", w + "/sticky/theirs"});
+    // Moving to the trash is refused the same way.
     test::writeFile(w + "/free", "x");
-    check(Cleaner::deleteItems({w + "/locked/inside", w + "/free"}, false, none), {w + "/free"},
-          {w + "/locked/inside"});
+    check(Cleaner::deleteItems({w + "/rootowned/mine", w + "/free", w + "/sticky/theirs"}, false,
+                               none),
+          {w + "/free"}, {w + "/rootowned/mine", w + "/sticky/theirs"});
 }
 
-TEST(AsTestUser, FoldersWithoutWritePermissionGivePermissionDenied) {
+TEST(AsTestUser, OwnReadOnlyTreesGoAndOnlyOthersRightsNeedTheAdministrator) {
     if (const auto folder = test::testUserFolder()) return deleteAsTestUser(*folder);
     if (!test::canRunAsTestUser())
         GTEST_SKIP() << "needs root, runuser and the kelvane-test account";
     TempTree dir;
     const passwd* user = getpwnam("kelvane-test");
     // A file (or, with a trailing "/", a folder) owned by the test account.
-    const auto make = [&](const std::string& path, mode_t mode) {
+    const auto make = [&](const std::string& path, mode_t mode, bool theirs = true) {
         const bool folder = path.ends_with('/');
         const std::string p = folder ? path.substr(0, path.size() - 1) : path;
         folder ? test::makeFolder(p) : test::writeFile(p, "x");
-        ASSERT_EQ(lchown(p.c_str(), user->pw_uid, user->pw_gid), 0) << p;
+        if (theirs) {
+            ASSERT_EQ(lchown(p.c_str(), user->pw_uid, user->pw_gid), 0) << p;
+        }
         ASSERT_EQ(chmod(p.c_str(), mode), 0) << p;
     };
     const std::string home = dir / "home", w = dir / "work";
-    for (const std::string& f : {home + "/", w + "/", w + "/locked/", w + "/sealed/"})
+    for (const std::string& f : {home + "/", home + "/.local/", home + "/.local/share/", w + "/",
+                                 w + "/locked/", w + "/sealed/", w + "/modcache/"}) {
         make(f, 0755);
-    make(home + "/.local/", 0755);
-    make(home + "/.local/share/", 0755);
+    }
     for (const std::string& f : {w + "/free", w + "/locked/inside", w + "/sealed/inside"})
         make(f, 0644);
+    // Like Go's module cache: read-only folders all the way down.
+    make(w + "/modcache/mod@v1/", 0755);
+    make(w + "/modcache/mod@v1/sub/", 0755);
+    make(w + "/modcache/mod@v1/sub/file.go", 0444);
+    for (const char* f : {"/modcache/mod@v1/sub", "/modcache/mod@v1", "/locked"}) {
+        ASSERT_EQ(chmod((w + f).c_str(), 0555), 0);
+    }
     make(w + "/empty-sealed/", 0000);
-    ASSERT_EQ(chmod((w + "/locked").c_str(), 0555), 0);
     ASSERT_EQ(chmod((w + "/sealed").c_str(), 0000), 0);
+    make(w + "/rootowned/", 0755, false);
+    make(w + "/rootowned/mine", 0644);
+    make(w + "/sticky/", 01777, false);
+    make(w + "/sticky/theirs", 0666, false);
 
     EXPECT_EQ(test::rerunAsTestUser(dir.path()), 0) << "the checks run as kelvane-test failed";
-    EXPECT_TRUE(exists(w + "/locked/inside") && exists(w + "/sealed/inside"));
-    // The refused item left no info file behind.
+    for (const char* kept : {"/rootowned/mine", "/sticky/theirs"}) EXPECT_TRUE(exists(w + kept));
+    for (const char* gone : {"/locked", "/sealed", "/modcache"}) EXPECT_FALSE(exists(w + gone));
+    // The refused items left no info file behind.
     const std::string trash = home + "/.local/share/Trash";
     EXPECT_TRUE(exists(trash + "/files/free") && exists(trash + "/info/free.trashinfo"));
-    EXPECT_FALSE(exists(trash + "/info/inside.trashinfo"));
+    EXPECT_EQ(Cleaner::contents(trash + "/info").size(), 1u);
 }
 
 }  // namespace

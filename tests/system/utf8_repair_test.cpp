@@ -4,7 +4,7 @@
 
 #include <random>
 
-#include "system/cleaner.h"
+#include "system/shell.h"
 #include "test_support.h"
 
 namespace kelvane {
@@ -38,7 +38,7 @@ TEST(Utf8Repair, AgreesWithPythonOnRandomBytes) {
     const ShellResult py = test::sh(
         "/usr/bin/python3 -c 'import sys; sys.stdout.buffer.write(open(sys.argv[1],\"rb\").read()"
         ".decode(\"utf-8\",\"replace\").encode())' " +
-        Cleaner::shellQuoted(dir / "in"));
+        Shell::quoted(dir / "in"));
     ASSERT_EQ(py.status, 0) << py.err;
     EXPECT_EQ(py.out, expected);
 }

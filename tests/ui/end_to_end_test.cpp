@@ -187,7 +187,6 @@ TEST_F(EndToEndTest, ScanCleanBrowseTrashDeleteAndEmpty) {
     const fs::path script = fs::path(__FILE__).parent_path() / "../../scripts/make-demo-home.sh";
     ASSERT_TRUE(fs::exists(script)) << script;
     ASSERT_EQ(std::system(("bash '" + script.string() + "' '" + home + "' >/dev/null").c_str()), 0);
-    services->adminResult = ShellResult{0, "", ""};
     services->adminEffect = [](const std::vector<std::string>& paths) {
         for (const std::string& p : paths) {
             std::error_code ignored;

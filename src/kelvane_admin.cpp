@@ -1,0 +1,83 @@
+// kelvane-admin: deletes, with the rights it was started with (root, through
+// pkexec), exactly the paths the app hands it on standard input, each
+// followed by a NUL byte. Every path goes through the same rules and the
+// same remover as the user's own deletion; symbolic links among a path's
+// parent folders are trusted only when root or the user who asked for the
+// deletion (PKEXEC_UID) owns them. It answers one line per path on standard
+// output (see system/admin_protocol.h) and exits 0 when every path is gone,
+// 1 when some are not, 2 when it could not read its request.
+#include <unistd.h>
+
+#include <cerrno>
+#include <charconv>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "system/admin_protocol.h"
+#include "system/tree_remover.h"
+
+namespace {
+
+using kelvane::DeletionRules::LinkTrust;
+
+// The user on whose behalf we run: pkexec names them; run directly, we act
+// for whoever started us.
+LinkTrust askingUser() {
+    LinkTrust trust{::getuid()};
+    if (const char* text = std::getenv("PKEXEC_UID")) {
+        const std::string_view value(text);
+        uid_t uid = 0;
+        const auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), uid);
+        if (ec == std::errc() && end == value.data() + value.size()) trust.user = uid;
+    }
+    return trust;
+}
+
+bool readAll(int fd, std::string& bytes) {
+    char buffer[1 << 16];
+    for (;;) {
+        const ssize_t n = ::read(fd, buffer, sizeof buffer);
+        if (n == 0) return true;
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            return false;
+        }
+        bytes.append(buffer, static_cast<std::size_t>(n));
+    }
+}
+
+bool writeAll(std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t n = ::write(STDOUT_FILENO, text.data(), text.size());
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            return false;
+        }
+        text.remove_prefix(static_cast<std::size_t>(n));
+    }
+    return true;
+}
+
+}  // namespace
+
+int main() {
+    using namespace kelvane;
+    std::string request;
+    if (!readAll(STDIN_FILENO, request)) return 2;
+    const LinkTrust trust = askingUser();
+    bool allGone = true;
+    const std::vector<std::string> paths = AdminProtocol::decodeRequest(request);
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        // The app only sends absolute paths; anything else would be resolved
+        // against whatever folder pkexec left us in.
+        const std::optional<FileError> error = paths[i].starts_with('/')
+                                                   ? TreeRemover::remove(paths[i], trust)
+                                                   : FileError::fromErrno(EINVAL);
+        allGone = allGone && !error;
+        // Answer as we go, so that a helper stopped half way still tells
+        // what it did.
+        if (!writeAll(AdminProtocol::encodeResult(i, error))) return 2;
+    }
+    return allGone ? 0 : 1;
+}

@@ -1,0 +1,140 @@
+#include "system/deletion_rules.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <deque>
+
+#include "core/path_text.h"
+
+namespace kelvane {
+namespace {
+
+// As many links as the kernel follows in one lookup.
+constexpr int kMaxLinks = 40;
+// How often a folder may be swapped under us before we give up.
+constexpr int kMaxSwaps = 8;
+
+void pushComponents(std::deque<std::string>& pending, const std::string& path) {
+    std::deque<std::string> parts;
+    std::size_t start = 0;
+    while (start <= path.size()) {
+        std::size_t end = path.find('/', start);
+        if (end == std::string::npos) end = path.size();
+        if (end > start) parts.push_back(path.substr(start, end - start));
+        start = end + 1;
+    }
+    pending.insert(pending.begin(), parts.begin(), parts.end());
+}
+
+int openStart(bool absolute, UniqueFd& out) {
+    out.reset(::open(absolute ? "/" : ".", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    return out.valid() ? 0 : errno;
+}
+
+struct Walk {
+    int errnum = 0;
+    bool untrustedLink = false;
+};
+
+// Opens the folder `path` (O_PATH), one component at a time from "/" (or
+// the working folder), following only links that `trust` allows.
+Walk openFolder(const std::string& path, const DeletionRules::LinkTrust& trust, UniqueFd& cur) {
+    if (const int e = openStart(path.starts_with('/'), cur)) return {e};
+    std::deque<std::string> pending;
+    pushComponents(pending, path);
+    int links = 0;
+    int swaps = 0;
+    while (!pending.empty()) {
+        const std::string component = std::move(pending.front());
+        pending.pop_front();
+        if (component == ".") continue;
+        FileIdentity seen;
+        if (const int e = identify(cur.get(), component.c_str(), seen)) return {e};
+        if (seen.isLink()) {
+            if (!trust.trusts(seen.uid)) return {0, true};
+            if (++links > kMaxLinks) return {ELOOP};
+            std::array<char, 4096> target{};
+            const ssize_t n = ::readlinkat(cur.get(), component.c_str(), target.data(),
+                                           target.size() - 1);
+            if (n < 0) return {errno};
+            const std::string text(target.data(), static_cast<std::size_t>(n));
+            pushComponents(pending, text);
+            if (text.starts_with('/')) {
+                if (const int e = openStart(true, cur)) return {e};
+            }
+            continue;
+        }
+        if (!seen.isFolder()) return {ENOTDIR};
+        UniqueFd next(
+            ::openat(cur.get(), component.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        FileIdentity opened;
+        const bool same = next.valid() && identify(next.get(), "", opened) == 0 &&
+                          opened.isFolder() && opened.sameFile(seen);
+        if (!same) {
+            const int e = next.valid() ? EAGAIN : errno;
+            // Swapped for a link or another folder between the look and the
+            // open: look again, a few times.
+            if (e != ENOTDIR && e != ELOOP && e != EAGAIN && e != ENOENT) return {e};
+            if (++swaps > kMaxSwaps) return {EAGAIN};
+            pending.push_front(component);
+            continue;
+        }
+        cur = std::move(next);
+    }
+    return {};
+}
+
+}  // namespace
+
+DeletionRules::LinkTrust DeletionRules::LinkTrust::currentUser() {
+    return {::getuid()};
+}
+
+std::variant<DeletionRules::Target, FileError> DeletionRules::locate(const std::string& path,
+                                                                     const LinkTrust& trust) {
+    if (path.empty()) return FileError::fromErrno(ENOENT);
+    std::string name = PathText::lastComponent(path);
+    // Removing "/", "." or ".." is never what a user confirmed.
+    if (name == "/" || name == "." || name == "..") return FileError::fromErrno(EINVAL);
+    std::string parentPath = PathText::parent(path);
+    if (parentPath.empty()) parentPath.assign(1, '.');  // a bare name lives in the working folder
+
+    Target target;
+    const Walk walk = openFolder(parentPath, trust, target.parent);
+    if (walk.untrustedLink) return FileError::refusal(FileError::untrustedLink);
+    if (walk.errnum != 0) return FileError::fromErrno(walk.errnum);
+    if (const int e = identify(target.parent.get(), "", target.parentIdentity)) {
+        return FileError::fromErrno(e);
+    }
+    if (const int e = identify(target.parent.get(), name.c_str(), target.item)) {
+        return FileError::fromErrno(e);
+    }
+    if (!target.item.sameMount(target.parentIdentity)) {
+        return FileError::refusal(FileError::mountPoint);
+    }
+    target.name = std::move(name);
+    return target;
+}
+
+FileError DeletionRules::failure(int dirFd, const std::string& name, int errnum) {
+    if ((errnum == EPERM || errnum == EACCES) &&
+        (isImmutable(dirFd, name.c_str()) || isImmutable(dirFd, ""))) {
+        return FileError::refusal(FileError::immutable, errnum);
+    }
+    return FileError::fromErrno(errnum);
+}
+
+bool DeletionRules::isTrashFolder(const FileIdentity& item, const std::string& trashFolder) {
+    for (const char* own : {"", "/files", "/info", "/directorysizes"}) {
+        FileIdentity id;
+        if (identify(AT_FDCWD, (trashFolder + own).c_str(), id) == 0 && id.sameFile(item)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace kelvane

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <variant>
+
+#include "system/file_error.h"
+#include "system/file_identity.h"
+#include "system/unique_fd.h"
+
+namespace kelvane {
+
+// The rules every way of deleting shares — to the trash, for good, and as
+// administrator — so that none of them can reach an item the user did not
+// confirm:
+// - the item is found from "/" one folder at a time; a symbolic link among
+//   its parent folders is followed only when root or the user who asked
+//   owns it (another user could otherwise point the path at anything, even
+//   between the confirmation and the deletion);
+// - the item itself is never followed: a link is deleted as a link;
+// - an item that is a mount point is never emptied, removed or moved;
+// - from then on everything happens relative to the descriptor of the
+//   folder that holds the item, so renaming or swapping folders above it
+//   cannot redirect the work.
+// The walk below the item (never following links, never entering another
+// mount) is TreeRemover's; the trash's own folders are checked here.
+namespace DeletionRules {
+
+// Whose symbolic links may be followed on the way to an item: root's and
+// those of the user on whose behalf we delete.
+struct LinkTrust {
+    uid_t user = 0;
+    bool trusts(uid_t owner) const { return owner == 0 || owner == user; }
+    // The user running this process.
+    static LinkTrust currentUser();
+};
+
+// An item found under the rules, ready to be deleted.
+struct Target {
+    UniqueFd parent;  // O_PATH descriptor of the folder that holds the item
+    FileIdentity parentIdentity;
+    std::string name;  // the item's name in that folder
+    FileIdentity item;
+};
+
+// Finds `path` under the rules above. Fails with ENOENT for an empty path or
+// a missing item, EINVAL for "/" and names ending in "." or "..", the
+// refusal untrustedLink or mountPoint, or the errno of the call that failed.
+std::variant<Target, FileError> locate(const std::string& path, const LinkTrust& trust);
+
+// The error for `errnum` met while deleting `name` in the folder `dirFd`: a
+// refusal by EPERM or EACCES of an immutable or append-only item, or of
+// anything directly inside such a folder, is the refusal `immutable` (no
+// one can remove it, root included); anything else keeps its errno.
+FileError failure(int dirFd, const std::string& name, int errnum);
+
+// Whether `item` is the trash folder `trashFolder` or one of the folders the
+// trash keeps its bookkeeping in (files, info, directorysizes): moving any of
+// them into the trash would orphan everything trashed before.
+bool isTrashFolder(const FileIdentity& item, const std::string& trashFolder);
+
+}  // namespace DeletionRules
+}  // namespace kelvane
