@@ -14,11 +14,24 @@ trap 'rm -rf "$stage"' EXIT
 cmake --install "$build" --prefix "$stage/usr" >/dev/null
 for f in bin/kelvane share/applications/io.kelvane.Kelvane.desktop \
          share/icons/hicolor/scalable/apps/io.kelvane.Kelvane.svg \
-         share/metainfo/io.kelvane.Kelvane.metainfo.xml; do
+         share/metainfo/io.kelvane.Kelvane.metainfo.xml \
+         libexec/kelvane/kelvane-admin share/polkit-1/actions/io.kelvane.Kelvane.policy; do
   [ -f "$stage/usr/$f" ] || { echo "missing after install: $f" >&2; exit 1; }
 done
 desktop-file-validate "$stage/usr/share/applications/io.kelvane.Kelvane.desktop"
 appstreamcli validate --no-net --explain "$stage/usr/share/metainfo/io.kelvane.Kelvane.metainfo.xml" >/dev/null
+# The polkit action must name the helper where the package puts it, or
+# pkexec falls back to its generic message.
+python3 - "$stage/usr/share/polkit-1/actions/io.kelvane.Kelvane.policy" <<'PY'
+import sys, xml.etree.ElementTree as ET
+action = ET.parse(sys.argv[1]).getroot().find("action")
+path = [a.text for a in action.findall("annotate")
+        if a.get("key") == "org.freedesktop.policykit.exec.path"]
+assert path == ["/usr/libexec/kelvane/kelvane-admin"], path
+assert action.find("defaults/allow_active").text == "auth_admin"
+langs = {m.get("{http://www.w3.org/XML/1998/namespace}lang") for m in action.findall("message")}
+assert langs == {None, "ja"}, langs
+PY
 echo "install: staged files present and valid"
 
 (cd "$build" && cpack -G DEB >/dev/null)
@@ -31,7 +44,16 @@ home=$(mktemp -d /tmp/kelvane-home-XXXXXX)
 # `timeout` ends the app after 5 s: 124 means it was still running, as it should.
 HOME=$home xvfb-run -a timeout 5 kelvane >/dev/null 2>"$stage/stderr" || status=$?
 rm -rf "$home"
+# The installed helper deletes exactly what it is handed (run here without
+# pkexec, with our own rights) and answers in its machine-readable form.
+victim=$(mktemp -d /tmp/kelvane-victim-XXXXXX)
+touch "$victim/a b" "$victim/kept"
+answer=$(printf '%s\0' "$victim/a b" | /usr/libexec/kelvane/kelvane-admin)
+[ "$answer" = "ok 0" ] && [ ! -e "$victim/a b" ] && [ -e "$victim/kept" ] || {
+  echo "installed helper answered '$answer'" >&2; helper_failed=1; }
+rm -rf "$victim"
 "${sudo[@]}" apt-get remove -y -qq kelvane >/dev/null
+[ -z "${helper_failed:-}" ] || exit 1
 if [ "$status" -ne 124 ]; then
   echo "installed kelvane exited early with status $status:" >&2
   cat "$stage/stderr" >&2
