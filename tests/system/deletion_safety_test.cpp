@@ -73,6 +73,11 @@ TEST_F(DeletionSafety, ASelectedMountPointIsNeverEmptiedRemovedOrTrashed) {
 
     EXPECT_TRUE(refusedWith(TreeRemover::remove(dir / "tree/mnt"), FileError::mountPoint));
     EXPECT_TRUE(refusedWith(Trash::moveToTrash(dir / "tree/mnt"), FileError::mountPoint));
+    // Nor does the administrator: the helper uses the same rules.
+    const AdminDeleteResult admin =
+        Cleaner::deleteAsAdminVia("", KELVANE_TEST_ADMIN_HELPER, {dir / "tree/mnt"});
+    ASSERT_EQ(admin.outcome.failures.size(), 1u);
+    EXPECT_TRUE(admin.outcome.failures[0].error.isRefusal(FileError::mountPoint));
     // Emptying the folder around it removes the rest and leaves the mount.
     EXPECT_TRUE(refusedWith(TreeRemover::remove(dir / "tree"), FileError::mountInside));
     EXPECT_FALSE(exists(dir / "tree/file"));
