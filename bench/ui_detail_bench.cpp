@@ -20,14 +20,14 @@
 
 #include "model/app_model.h"
 #include "model/tasks.h"
-#include "ui/browser_navigation.h"
-#include "ui/content_view.h"
-#include "ui/detail_router.h"
-#include "ui/entry_list_model.h"
-#include "ui/entry_list_view.h"
-#include "ui/kelvane_app.h"
-#include "ui/main_window.h"
-#include "ui/screen.h"
+#include "ui/browser/browser_navigation.h"
+#include "ui/app/content_view.h"
+#include "ui/app/detail_router.h"
+#include "ui/browser/entry_list_model.h"
+#include "ui/browser/entry_list_view.h"
+#include "ui/app/kelvane_app.h"
+#include "ui/app/main_window.h"
+#include "ui/app/screen.h"
 
 namespace {
 

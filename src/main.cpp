@@ -1,7 +1,7 @@
 #include <QApplication>
 
-#include "ui/kelvane_app.h"
-#include "ui/main_window.h"
+#include "ui/app/kelvane_app.h"
+#include "ui/app/main_window.h"
 
 int main(int argc, char** argv) {
     QApplication application(argc, argv);

@@ -14,9 +14,9 @@
 
 #include "model/app_model.h"
 #include "model/tasks.h"
-#include "ui/kelvane_app.h"
-#include "ui/main_window.h"
-#include "ui/symbol_icons.h"
+#include "ui/app/kelvane_app.h"
+#include "ui/app/main_window.h"
+#include "ui/components/symbol_icons.h"
 
 #include <QMessageBox>
 #include <QPainter>

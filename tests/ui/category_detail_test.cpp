@@ -9,17 +9,17 @@
 #include <algorithm>
 
 #include "core/fmt.h"
-#include "ui/breadcrumb_bar.h"
-#include "ui/browser_footer.h"
-#include "ui/category_detail_view.h"
-#include "ui/category_header.h"
-#include "ui/content_view.h"
-#include "ui/detail_router.h"
-#include "ui/empty_state_panel.h"
-#include "ui/entry_list_model.h"
-#include "ui/entry_list_view.h"
-#include "ui/entry_row_delegate.h"
-#include "ui/size_figure.h"
+#include "ui/browser/breadcrumb_bar.h"
+#include "ui/browser/browser_footer.h"
+#include "ui/browser/category_detail_view.h"
+#include "ui/browser/category_header.h"
+#include "ui/app/content_view.h"
+#include "ui/app/detail_router.h"
+#include "ui/components/empty_state_panel.h"
+#include "ui/browser/entry_list_model.h"
+#include "ui/browser/entry_list_view.h"
+#include "ui/browser/entry_row_delegate.h"
+#include "ui/components/size_figure.h"
 #include "ui_fixture.h"
 
 namespace kelvane::test {

@@ -14,14 +14,14 @@
 #include <sstream>
 
 #include "core/fmt.h"
-#include "ui/biggest_card.h"
-#include "ui/content_view.h"
-#include "ui/detail_router.h"
-#include "ui/disk_card.h"
-#include "ui/log_card.h"
-#include "ui/overview_view.h"
-#include "ui/quick_clean_card.h"
-#include "ui/quick_clean_row.h"
+#include "ui/overview/biggest_card.h"
+#include "ui/app/content_view.h"
+#include "ui/app/detail_router.h"
+#include "ui/overview/disk_card.h"
+#include "ui/overview/log_card.h"
+#include "ui/overview/overview_view.h"
+#include "ui/overview/quick_clean_card.h"
+#include "ui/overview/quick_clean_row.h"
 #include "ui_fixture.h"
 #include "widget_find.h"
 

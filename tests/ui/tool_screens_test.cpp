@@ -4,13 +4,13 @@
 #include <QToolBar>
 
 #include "core/fmt.h"
-#include "ui/content_view.h"
-#include "ui/detail_router.h"
-#include "ui/inset_list.h"
-#include "ui/main_window.h"
-#include "ui/runtime_row.h"
-#include "ui/runtimes_view.h"
-#include "ui/snapshots_view.h"
+#include "ui/app/content_view.h"
+#include "ui/app/detail_router.h"
+#include "ui/components/inset_list.h"
+#include "ui/app/main_window.h"
+#include "ui/tools/runtime_row.h"
+#include "ui/tools/runtimes_view.h"
+#include "ui/tools/snapshots_view.h"
 #include "ui_fixture.h"
 #include "widget_find.h"
 

@@ -15,8 +15,8 @@
 #include "../model/model_fixture.h"
 #include "core/catalog.h"
 #include "model/tasks.h"
-#include "ui/kelvane_app.h"
-#include "ui/main_window.h"
+#include "ui/app/kelvane_app.h"
+#include "ui/app/main_window.h"
 
 namespace kelvane::test {
 

@@ -5,7 +5,7 @@
 #include <QApplication>
 #include <QLocale>
 
-#include "ui/kelvane_app.h"
+#include "ui/app/kelvane_app.h"
 
 int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");

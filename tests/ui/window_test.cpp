@@ -10,12 +10,12 @@
 
 #include "core/fmt.h"
 
-#include "ui/content_view.h"
-#include "ui/detail_router.h"
-#include "ui/sidebar_footer.h"
-#include "ui/sidebar_model.h"
-#include "ui/sidebar_view.h"
-#include "ui/size_bar.h"
+#include "ui/app/content_view.h"
+#include "ui/app/detail_router.h"
+#include "ui/sidebar/sidebar_footer.h"
+#include "ui/sidebar/sidebar_model.h"
+#include "ui/sidebar/sidebar_view.h"
+#include "ui/components/size_bar.h"
 #include "ui_fixture.h"
 
 namespace kelvane::test {

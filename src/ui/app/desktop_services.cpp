@@ -1,0 +1,65 @@
+#include "ui/app/desktop_services.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDesktopServices>
+#include <QFileDialog>
+#include <QSettings>
+#include <QUrl>
+
+#include "core/path_text.h"
+
+namespace kelvane {
+namespace {
+
+// A file URL straight from the path's bytes, so names that are not UTF-8
+// reach the file manager unchanged.
+QUrl fileUrl(const std::string& path) {
+    return QUrl::fromEncoded("file://" +
+                             QUrl::toPercentEncoding(QByteArray::fromStdString(path), "/"));
+}
+
+}  // namespace
+
+std::optional<std::string> DesktopServices::chooseFolder() {
+    QFileDialog dialog(window_, QStringLiteral("サイズを調べたいフォルダを選択"));
+    dialog.setFileMode(QFileDialog::Directory);
+    dialog.setOption(QFileDialog::ShowDirsOnly, true);
+    dialog.setFilter(QDir::AllDirs | QDir::Hidden | QDir::NoDotAndDotDot);
+    dialog.setLabelText(QFileDialog::Accept, QStringLiteral("調べる"));
+    dialog.setLabelText(QFileDialog::LookIn, QStringLiteral("サイズを調べたいフォルダを選択"));
+    if (dialog.exec() != QDialog::Accepted) return std::nullopt;
+    const QStringList chosen = dialog.selectedFiles();
+    if (chosen.isEmpty()) return std::nullopt;
+    std::string path = QFile::encodeName(chosen.front()).toStdString();
+    while (path.size() > 1 && path.back() == '/') path.pop_back();
+    return path;
+}
+
+void DesktopServices::reveal(const std::vector<std::string>& paths) {
+    if (paths.empty()) return;
+    QStringList uris;
+    for (const std::string& path : paths) uris << QString::fromLatin1(fileUrl(path).toEncoded());
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.FileManager1"),
+        QStringLiteral("/org/freedesktop/FileManager1"),
+        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
+    call << uris << QString();
+    const QDBusMessage reply = QDBusConnection::sessionBus().call(call, QDBus::Block, 2000);
+    if (reply.type() == QDBusMessage::ReplyMessage) return;
+    // No file manager on the bus: open the folder that holds the first item.
+    QDesktopServices::openUrl(fileUrl(PathText::parent(paths.front())));
+}
+
+void DesktopServices::openFullDiskAccessSettings() {
+    // Linux has no such permission list; nothing to open.
+}
+
+std::optional<std::string> DesktopServices::initialSelection() {
+    const QSettings settings(QStringLiteral("Kelvane"), QStringLiteral("Kelvane"));
+    const QVariant value = settings.value(QStringLiteral("initialSelection"));
+    if (!value.isValid()) return std::nullopt;
+    return value.toString().toStdString();
+}
+
+}  // namespace kelvane

@@ -1,0 +1,47 @@
+#include "ui/app/kelvane_app.h"
+
+#include <QApplication>
+
+#include "model/app_model.h"
+#include "ui/app/desktop_services.h"
+#include "ui/app/main_window.h"
+#include "ui/app/model_bridge.h"
+#include "ui/app/qt_main_queue.h"
+#include "ui/components/symbol_icons.h"
+
+namespace kelvane {
+
+void KelvaneApp::configureApplication() {
+    // Lower case, as the executable: assistive technology lists the app by this name.
+    QApplication::setApplicationName(QStringLiteral("kelvane"));
+    QApplication::setOrganizationName(QStringLiteral("Kelvane"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Kelvane"));
+    QApplication::setDesktopFileName(QStringLiteral("io.kelvane.Kelvane"));
+    qRegisterMetaType<ModelChange>();
+    SymbolIcons::installTheme();
+}
+
+KelvaneApp::KelvaneApp(std::shared_ptr<Services> services,
+                       std::optional<ModelEnvironment> environment)
+    : queue_(std::make_shared<QtMainQueue>(this)),
+      services_(services ? std::move(services) : std::make_shared<DesktopServices>()) {
+    bridge_ = std::make_unique<ModelBridge>(AppModel::create(
+        queue_, services_, environment ? std::move(*environment) : ModelEnvironment::real()));
+    window_ = std::make_unique<MainWindow>(*bridge_);
+    if (const auto desktop = std::dynamic_pointer_cast<DesktopServices>(services_)) {
+        desktop->setWindow(window_.get());
+    }
+    connect(window_.get(), &MainWindow::firstShown, this, [this] { model().startInitialScan(); });
+}
+
+KelvaneApp::~KelvaneApp() {
+    // Background work may still post; from now on it posts into the void.
+    queue_->shutdown();
+    window_.reset();
+}
+
+AppModel& KelvaneApp::model() const {
+    return bridge_->model();
+}
+
+}  // namespace kelvane

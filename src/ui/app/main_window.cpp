@@ -1,0 +1,70 @@
+#include "ui/app/main_window.h"
+
+#include <QAction>
+#include <QMenuBar>
+#include <QToolBar>
+#include <QToolButton>
+
+#include "ui/app/content_view.h"
+#include "ui/app/detail_router.h"
+#include "ui/app/model_bridge.h"
+#include "ui/app/screen.h"
+#include "ui/components/symbol_icons.h"
+
+namespace kelvane {
+
+MainWindow::MainWindow(ModelBridge& bridge, QWidget* parent)
+    : QMainWindow(parent), bridge_(bridge) {
+    setWindowTitle(QStringLiteral("Kelvane"));
+    setMinimumSize(980, 640);
+    resize(1180, 760);
+    setUnifiedTitleAndToolBarOnMac(true);
+
+    content_ = new ContentView(bridge_, this);
+    setCentralWidget(content_);
+
+    toolbar_ = addToolBar(QStringLiteral("ツールバー"));
+    toolbar_->setObjectName(QStringLiteral("mainToolbar"));
+    toolbar_->setMovable(false);
+    toolbar_->setFloatable(false);
+    toolbar_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    toolbar_->toggleViewAction()->setEnabled(false);
+    setContextMenuPolicy(Qt::NoContextMenu);
+
+    auto* addFolder = toolbar_->addAction(SymbolIcons::icon("folder.badge.plus"),
+                                          QStringLiteral("フォルダを追加"));
+    addFolder->setToolTip(QStringLiteral("任意のフォルダのサイズを調べる"));
+    connect(addFolder, &QAction::triggered, this, [this] { bridge_.model().addCustomFolder(); });
+
+    auto* rescanAll = toolbar_->addAction(SymbolIcons::icon("arrow.clockwise"),
+                                          QStringLiteral("すべて再スキャン"));
+    rescanAll->setToolTip(QStringLiteral("すべて再スキャン (⌘R)"));
+    connect(rescanAll, &QAction::triggered, this, [this] { bridge_.model().scanAll(); });
+    toolbar_->addSeparator();
+
+    // The menu holds the one command of our own; there is deliberately no
+    // command that opens a second window.
+    auto* view = menuBar()->addMenu(QStringLiteral("表示"));
+    auto* rescanMenu = view->addAction(QStringLiteral("すべて再スキャン"));
+    rescanMenu->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_R));
+    rescanMenu->setShortcutContext(Qt::ApplicationShortcut);
+    connect(rescanMenu, &QAction::triggered, this, [this] { bridge_.model().scanAll(); });
+
+    connect(content_->router(), &DetailRouter::screenChanged, this, &MainWindow::showScreenActions);
+    showScreenActions(content_->router()->current());
+}
+
+void MainWindow::showScreenActions(Screen* screen) {
+    for (QAction* action : screenActions_) toolbar_->removeAction(action);
+    screenActions_ = screen != nullptr ? screen->toolbarActions() : QList<QAction*>{};
+    toolbar_->addActions(screenActions_);
+}
+
+void MainWindow::showEvent(QShowEvent* event) {
+    QMainWindow::showEvent(event);
+    if (shown_) return;
+    shown_ = true;
+    emit firstShown();
+}
+
+}  // namespace kelvane

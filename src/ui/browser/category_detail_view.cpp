@@ -1,0 +1,95 @@
+#include "ui/browser/category_detail_view.h"
+
+#include <QAction>
+#include <QFrame>
+#include <QVBoxLayout>
+
+#include "ui/browser/breadcrumb_bar.h"
+#include "ui/browser/browser_footer.h"
+#include "ui/browser/category_header.h"
+#include "ui/browser/entry_list_view.h"
+#include "ui/app/model_bridge.h"
+#include "ui/components/symbol_icons.h"
+
+namespace kelvane {
+namespace {
+
+QFrame* divider(QWidget* parent) {
+    auto* line = new QFrame(parent);
+    line->setFrameShape(QFrame::HLine);
+    line->setFrameShadow(QFrame::Plain);
+    line->setFixedHeight(1);
+    QPalette palette = line->palette();
+    palette.setColor(QPalette::WindowText, palette.color(QPalette::Mid));
+    line->setPalette(palette);
+    return line;
+}
+
+}  // namespace
+
+CategoryDetailView::CategoryDetailView(ModelBridge& bridge, CleanCategory category, QWidget* parent)
+    : Screen(bridge, parent), category_(std::move(category)) {
+    setWindowTitle(QString::fromStdString(category_.name));
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    header_ = new CategoryHeader(bridge_, category_, this);
+    breadcrumbs_ = new BreadcrumbBar(bridge_, this);
+    list_ = new EntryListView(bridge_, this);
+    footer_ = new BrowserFooter(bridge_, this);
+    layout->addWidget(header_);
+    layout->addWidget(divider(this));
+    layout->addWidget(breadcrumbs_);
+    layout->addWidget(divider(this));
+    layout->addWidget(list_, 1);
+    layout->addWidget(divider(this));
+    layout->addWidget(footer_);
+
+    // One action that changes its face, so the window's toolbar keeps its
+    // buttons while the scan starts and stops.
+    scanAction_ = new QAction(this);
+    connect(scanAction_, &QAction::triggered, this, [this] {
+        AppModel& model = bridge_.model();
+        if (model.state(category_.id).status == CategoryState::Status::scanning) {
+            const auto& tasks = model.scanTasks();
+            if (const auto it = tasks.find(category_.id); it != tasks.end()) it->second.cancel();
+        } else {
+            model.scan(category_);
+        }
+    });
+    revealAction_ = new QAction(SymbolIcons::icon("folder"), QStringLiteral("Finderで表示"), this);
+    connect(revealAction_, &QAction::triggered, this, [this] {
+        std::vector<std::string> paths;
+        for (const Entry& entry : bridge_.model().selectedEntries()) paths.push_back(entry.path);
+        bridge_.model().reveal(paths);
+    });
+
+    connect(&bridge_, &ModelBridge::changed, this, [this](const ModelChange& change) {
+        const bool ours =
+            change.field == ModelField::states && (!change.key || *change.key == category_.id);
+        if (ours || change.field == ModelField::browserPath ||
+            change.field == ModelField::entrySelection)
+            refreshActions();
+    });
+    refreshActions();
+}
+
+QList<QAction*> CategoryDetailView::toolbarActions() const {
+    return {scanAction_, revealAction_};
+}
+
+void CategoryDetailView::refreshActions() {
+    const AppModel& model = bridge_.model();
+    if (model.state(category_.id).status == CategoryState::Status::scanning) {
+        scanAction_->setText(QStringLiteral("停止"));
+        scanAction_->setIcon(SymbolIcons::icon("stop.circle"));
+        scanAction_->setToolTip(QString());
+    } else {
+        scanAction_->setText(QStringLiteral("再スキャン"));
+        scanAction_->setIcon(SymbolIcons::icon("arrow.clockwise"));
+        scanAction_->setToolTip(QStringLiteral("このカテゴリを再スキャン"));
+    }
+    revealAction_->setEnabled(model.browserPath() || !model.entrySelection().empty());
+}
+
+}  // namespace kelvane

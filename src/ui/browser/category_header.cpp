@@ -1,0 +1,183 @@
+#include "ui/browser/category_header.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMenu>
+#include <QPushButton>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+#include "core/path_text.h"
+#include "ui/components/display_text.h"
+#include "ui/app/model_bridge.h"
+#include "ui/components/palette_roles.h"
+#include "ui/components/risk_badge.h"
+#include "ui/components/size_figure.h"
+#include "ui/components/spinner.h"
+#include "ui/components/styled_label.h"
+#include "ui/components/symbol_icons.h"
+
+namespace kelvane {
+
+QString CategoryHeader::advice(Risk risk) {
+    switch (risk) {
+        case Risk::safe:
+            return QStringLiteral(
+                "削除しても必要に応じて自動的に再生成されます。関連アプリを終了してから削除すると確"
+                "実です。");
+        case Risk::caution:
+            return QStringLiteral(
+                "アプリの設定やデータが含まれる場合があります。中身を確認し、不要なものだけ個別に削"
+                "除してください。");
+        case Risk::danger:
+            return QStringLiteral(
+                "削除するとデータを失う可能性があります。内容を理解している場合のみ削除してください"
+                "。");
+    }
+    return {};
+}
+
+QString CategoryHeader::rootsText(const std::vector<std::string>& roots, const std::string& home) {
+    QStringList shown;
+    for (const std::string& root : roots)
+        shown << DisplayText::fromBytes(PathText::shortForm(root, home));
+    return shown.join(QStringLiteral("  ·  "));
+}
+
+CategoryHeader::CategoryHeader(ModelBridge& bridge, CleanCategory category, QWidget* parent)
+    : QWidget(parent), bridge_(bridge), category_(std::move(category)) {
+    auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(16, 16, 16, 16);
+    layout->setSpacing(16);
+    const QColor riskColor = PaletteRoles::riskColor(category_.risk);
+
+    // Left: what this category is.
+    auto* left = new QVBoxLayout;
+    left->setSpacing(6);
+    auto* titleRow = new QHBoxLayout;
+    titleRow->setSpacing(8);
+    const QFont title = Typography::title2();
+    auto* symbol = new QLabel(this);
+    symbol->setPixmap(SymbolIcons::tinted(category_.icon, riskColor, QFontMetrics(title).height()));
+    titleRow->addWidget(symbol);
+    const QString name = QString::fromStdString(category_.name);
+    titleRow->addWidget(StyledLabel::make(name, Typography::withWeight(title, QFont::DemiBold),
+                                          PaletteRoles::primaryText(), this));
+    titleRow->addWidget(new RiskBadge(category_.risk, this), 0, Qt::AlignVCenter);
+    titleRow->addStretch(1);
+    left->addLayout(titleRow);
+
+    auto* detail =
+        StyledLabel::secondary(QString::fromStdString(category_.detail), Typography::body(), this);
+    detail->setWordWrap(true);
+    left->addWidget(detail);
+    auto* adviceLabel =
+        StyledLabel::make(advice(category_.risk), Typography::caption(), riskColor, this);
+    adviceLabel->setWordWrap(true);
+    left->addWidget(adviceLabel);
+
+    roots_ =
+        StyledLabel::make({}, Typography::monospaceCaption(), PaletteRoles::tertiaryText(), this);
+    roots_->setWordWrap(true);
+    roots_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    left->addWidget(roots_);
+
+    unreadableRow_ = new QWidget(this);
+    auto* unreadable = new QHBoxLayout(unreadableRow_);
+    unreadable->setContentsMargins(0, 0, 0, 0);
+    unreadable->setSpacing(6);
+    auto* lock = new QLabel(unreadableRow_);
+    lock->setPixmap(SymbolIcons::tinted("lock.fill", PaletteRoles::orange(),
+                                        QFontMetrics(Typography::caption()).height()));
+    unreadable->addWidget(lock);
+    unreadableText_ = StyledLabel::secondary({}, Typography::caption(), unreadableRow_);
+    unreadableText_->setWordWrap(true);
+    unreadable->addWidget(unreadableText_, 1);
+    openSettings_ = new QPushButton(QStringLiteral("設定を開く"), unreadableRow_);
+    openSettings_->setFont(Typography::caption());
+    openSettings_->setAccessibleName(QStringLiteral("設定を開く"));
+    connect(openSettings_, &QPushButton::clicked, this,
+            [this] { bridge_.model().openFullDiskAccessSettings(); });
+    unreadable->addWidget(openSettings_, 0, Qt::AlignVCenter);
+    left->addWidget(unreadableRow_);
+    left->addStretch(1);
+    layout->addLayout(left, 1);
+
+    // Right: how big it is and the way to empty it.
+    auto* right = new QVBoxLayout;
+    right->setSpacing(6);
+    auto* figureRow = new QHBoxLayout;
+    figureRow->setSpacing(8);
+    figureRow->addStretch(1);
+    spinner_ = new Spinner(16, this);
+    figureRow->addWidget(spinner_, 0, Qt::AlignVCenter);
+    figure_ = new SizeFigure(this);
+    figure_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    figureRow->addWidget(figure_);
+    right->addLayout(figureRow);
+    counts_ = StyledLabel::secondary({}, Typography::caption(), this);
+    right->addWidget(counts_, 0, Qt::AlignRight);
+
+    emptyMenu_ = new QToolButton(this);
+    emptyMenu_->setText(QStringLiteral("中身をすべて削除"));
+    emptyMenu_->setAccessibleName(QStringLiteral("中身をすべて削除"));
+    emptyMenu_->setIcon(SymbolIcons::icon("trash"));
+    emptyMenu_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    emptyMenu_->setPopupMode(QToolButton::InstantPopup);
+    auto* menu = new QMenu(emptyMenu_);
+    connect(menu->addAction(QStringLiteral("中身をすべてゴミ箱へ")), &QAction::triggered, this,
+            [this] { bridge_.model().confirmCleanCategory(category_, false); });
+    connect(menu->addAction(QStringLiteral("中身をすべて完全に削除…")), &QAction::triggered, this,
+            [this] { bridge_.model().confirmCleanCategory(category_, true); });
+    emptyMenu_->setMenu(menu);
+    if (category_.risk == Risk::danger) {
+        emptyMenu_->setToolTip(QStringLiteral(
+            "このカテゴリはまとめて削除できません。個別に選択して削除してください。"));
+    }
+    right->addWidget(emptyMenu_, 0, Qt::AlignRight);
+    right->addStretch(1);
+    layout->addLayout(right);
+
+    connect(&bridge_, &ModelBridge::changed, this, [this](const ModelChange& change) {
+        if (change.field == ModelField::states && (!change.key || *change.key == category_.id))
+            refresh();
+    });
+    refresh();
+}
+
+void CategoryHeader::refresh() {
+    const AppModel& model = bridge_.model();
+    const CategoryState state = model.state(category_.id);
+    using Status = CategoryState::Status;
+
+    if (state.status == Status::missing) {
+        StyledLabel::setText(roots_,
+                             QStringLiteral("該当するフォルダはこの Mac には存在しません。"));
+        roots_->setFont(Typography::caption());
+        StyledLabel::setColor(roots_, PaletteRoles::secondaryText());
+        roots_->setMaximumHeight(QWIDGETSIZE_MAX);
+    } else {
+        StyledLabel::setText(roots_, rootsText(state.roots, model.home()));
+        roots_->setFont(Typography::monospaceCaption());
+        StyledLabel::setColor(roots_, PaletteRoles::tertiaryText());
+        // Many roots would push the list down; two lines say enough.
+        roots_->setMaximumHeight(2 * QFontMetrics(roots_->font()).lineSpacing());
+    }
+    roots_->setToolTip(state.status == Status::missing ? QString() : roots_->text());
+
+    unreadableRow_->setVisible(state.unreadable >= 1);
+    StyledLabel::setText(unreadableText_,
+                         QString::number(state.unreadable) +
+                             QStringLiteral(" 箇所が読み取れませんでした (アクセス権)。"
+                                            "フルディスクアクセスを許可すると正確になります。"));
+
+    spinner_->setVisible(state.status == Status::scanning);
+    figure_->setBytes(state.bytes);
+    counts_->setVisible(state.status == Status::done);
+    StyledLabel::setText(counts_, QString::number(state.files) + QStringLiteral(" ファイル / ") +
+                                      QString::number(state.dirs) + QStringLiteral(" フォルダ"));
+    emptyMenu_->setEnabled(state.status == Status::done && state.bytes != 0 &&
+                           category_.risk != Risk::danger);
+}
+
+}  // namespace kelvane

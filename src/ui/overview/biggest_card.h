@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QList>
+#include <cstdint>
+#include <vector>
+
+#include "core/clean_category.h"
+#include "ui/components/card.h"
+
+class QLabel;
+
+namespace kelvane {
+
+class AppModel;
+class BiggestRow;
+class ModelBridge;
+
+// "容量の大きいカテゴリ": the six largest measured folder categories, bars
+// scaled to the first; each row opens its category.
+class BiggestCard : public Card {
+    Q_OBJECT
+  public:
+    explicit BiggestCard(ModelBridge& bridge, QWidget* parent = nullptr);
+
+    // The measured folder categories outside the exploration groups, largest
+    // first, equal sizes in list order, at most six.
+    static std::vector<CleanCategory> biggest(const AppModel& model);
+
+    const QList<BiggestRow*>& rows() const { return rows_; }
+    QLabel* placeholder() const { return placeholder_; }
+
+  private:
+    void refresh();
+
+    ModelBridge& bridge_;
+    QLabel* placeholder_;
+    QList<BiggestRow*> rows_;
+};
+
+}  // namespace kelvane

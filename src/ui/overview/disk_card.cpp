@@ -1,0 +1,93 @@
+#include "ui/overview/disk_card.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+#include <algorithm>
+
+#include "core/fmt.h"
+#include "ui/overview/disk_usage_bar.h"
+#include "ui/app/model_bridge.h"
+#include "ui/components/palette_roles.h"
+#include "ui/components/styled_label.h"
+
+namespace kelvane {
+
+namespace {
+
+const QString kUsed = QStringLiteral("使用中");
+const QString kFree = QStringLiteral("空き");
+const QString kPurgeable = QStringLiteral("パージ可能 (macOS が自動解放)");
+const QString kTotal = QStringLiteral("合計");
+
+// One figure: a caption above its value. Returns the value label.
+QLabel* addStat(QHBoxLayout* row, const QString& caption, QWidget* parent) {
+    auto* column = new QVBoxLayout;
+    column->setSpacing(2);
+    column->addWidget(StyledLabel::secondary(caption, Typography::caption(), parent));
+    auto* value = StyledLabel::make({}, Typography::withWeight(Typography::title3(), QFont::Medium),
+                                    PaletteRoles::primaryText(), parent);
+    value->setObjectName(caption);
+    column->addWidget(value);
+    row->addLayout(column);
+    return value;
+}
+
+}  // namespace
+
+DiskCard::DiskCard(ModelBridge& bridge, QWidget* parent)
+    : Card(QStringLiteral("起動ディスク"), "internaldrive", parent), bridge_(bridge) {
+    unavailable_ = StyledLabel::secondary(QStringLiteral("ディスク情報を取得できません"),
+                                          Typography::body(), this);
+    content()->addWidget(unavailable_);
+
+    body_ = new QWidget(this);
+    auto* stack = new QVBoxLayout(body_);
+    stack->setContentsMargins(0, 0, 0, 0);
+    stack->setSpacing(8);
+    bar_ = new DiskUsageBar(body_);
+    stack->addWidget(bar_);
+    auto* row = new QHBoxLayout;
+    row->setSpacing(24);
+    used_ = addStat(row, kUsed, body_);
+    free_ = addStat(row, kFree, body_);
+    purgeable_ = addStat(row, kPurgeable, body_);
+    total_ = addStat(row, kTotal, body_);
+    row->addStretch(1);
+    auto* refreshButton = new QPushButton(QStringLiteral("更新"), body_);
+    refreshButton->setFont(Typography::caption());
+    connect(refreshButton, &QPushButton::clicked, this, [this] { bridge_.model().refreshDisk(); });
+    row->addWidget(refreshButton, 0, Qt::AlignBottom);
+    stack->addLayout(row);
+    content()->addWidget(body_);
+
+    connect(&bridge_, &ModelBridge::changed, this, [this](const ModelChange& change) {
+        if (change.field == ModelField::disk) refresh();
+    });
+    refresh();
+}
+
+void DiskCard::refresh() {
+    const std::optional<DiskInfo>& disk = bridge_.model().disk();
+    unavailable_->setVisible(!disk);
+    body_->setVisible(disk.has_value());
+    if (!disk) return;
+    const std::int64_t used = disk->total - disk->available;
+    // Linux reports no figure of its own for purgeable space; a reader that
+    // gives less "important" room than free room must not show a negative.
+    const std::int64_t purgeable =
+        std::max<std::int64_t>(disk->availableForImportant - disk->available, 0);
+    bar_->setUsage(used, disk->total);
+    StyledLabel::setText(used_, QString::fromStdString(Fmt::bytes(used)));
+    StyledLabel::setText(free_, QString::fromStdString(Fmt::bytes(disk->available)));
+    StyledLabel::setText(purgeable_, QString::fromStdString(Fmt::bytes(purgeable)));
+    StyledLabel::setText(total_, QString::fromStdString(Fmt::bytes(disk->total)));
+}
+
+QString DiskCard::figure(const QString& label) const {
+    const auto* value = findChild<QLabel*>(label);
+    return value != nullptr ? value->text() : QString();
+}
+
+}  // namespace kelvane

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "ui/components/card.h"
+
+class QLabel;
+class QWidget;
+
+namespace kelvane {
+
+class DiskUsageBar;
+class ModelBridge;
+
+// "起動ディスク": the startup disk's usage bar, its four figures and "更新".
+// Redraws only when the model's disk changes.
+class DiskCard : public Card {
+    Q_OBJECT
+  public:
+    explicit DiskCard(ModelBridge& bridge, QWidget* parent = nullptr);
+
+    // The figure shown under `label` ("使用中", "空き", …); for tests.
+    QString figure(const QString& label) const;
+
+  private:
+    void refresh();
+
+    ModelBridge& bridge_;
+    QLabel* unavailable_;
+    QWidget* body_;
+    DiskUsageBar* bar_;
+    QLabel* used_;
+    QLabel* free_;
+    QLabel* purgeable_;
+    QLabel* total_;
+};
+
+}  // namespace kelvane

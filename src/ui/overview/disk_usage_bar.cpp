@@ -1,0 +1,41 @@
+#include "ui/overview/disk_usage_bar.h"
+
+#include <QPainter>
+#include <algorithm>
+#include <cmath>
+
+#include "ui/components/palette_roles.h"
+
+namespace kelvane {
+
+namespace {
+constexpr int kHeight = 18;
+constexpr double kRadius = 6;
+}  // namespace
+
+DiskUsageBar::DiskUsageBar(QWidget* parent) : QWidget(parent) {
+    setFixedHeight(kHeight);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    setUsage(0, 0);
+}
+
+void DiskUsageBar::setUsage(std::int64_t used, std::int64_t total) {
+    fraction_ = static_cast<double>(used) / static_cast<double>(std::max<std::int64_t>(total, 1));
+    setAccessibleName(QStringLiteral("使用率 %1%").arg(std::lround(fraction_ * 100)));
+    update();
+}
+
+void DiskUsageBar::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    const QRectF track(0, 0, width(), height());
+    painter.setBrush(PaletteRoles::withOpacity(PaletteRoles::primaryText(), 0.08));
+    painter.drawRoundedRect(track, kRadius, kRadius);
+    const double fill = std::clamp(fraction_, 0.0, 1.0) * track.width();
+    if (fill <= 0) return;
+    painter.setBrush(PaletteRoles::withOpacity(PaletteRoles::accent(), 0.85));
+    painter.drawRoundedRect(QRectF(0, 0, fill, track.height()), kRadius, kRadius);
+}
+
+}  // namespace kelvane

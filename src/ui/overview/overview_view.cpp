@@ -1,0 +1,81 @@
+#include "ui/overview/overview_view.h"
+
+#include <QHBoxLayout>
+#include <QScrollArea>
+#include <QVBoxLayout>
+
+#include "ui/overview/biggest_card.h"
+#include "ui/overview/disk_card.h"
+#include "ui/overview/full_disk_access_banner.h"
+#include "ui/overview/log_card.h"
+#include "ui/app/model_bridge.h"
+#include "ui/overview/quick_clean_card.h"
+#include "ui/overview/tools_card.h"
+
+namespace kelvane {
+
+namespace {
+constexpr int kMaximumWidth = 1100;
+}  // namespace
+
+OverviewView::OverviewView(ModelBridge& bridge, QWidget* parent) : Screen(bridge, parent) {
+    setWindowTitle(QStringLiteral("概要"));
+    setAccessibleName(QStringLiteral("概要"));
+    auto* outer = new QVBoxLayout(this);
+    outer->setContentsMargins(0, 0, 0, 0);
+    auto* scroll = new QScrollArea(this);
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setWidgetResizable(true);
+    scroll->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    outer->addWidget(scroll);
+
+    auto* page = new QWidget(scroll);
+    auto* pageLayout = new QHBoxLayout(page);
+    pageLayout->setContentsMargins(24, 24, 24, 24);
+    // On a wide window the column keeps its maximum width at the leading edge.
+    auto* column = new QWidget(page);
+    column->setMaximumWidth(kMaximumWidth);
+    pageLayout->addWidget(column, 1, Qt::AlignTop);
+    pageLayout->addStretch(0);
+    scroll->setWidget(page);
+
+    auto* stack = new QVBoxLayout(column);
+    stack->setContentsMargins(0, 0, 0, 0);
+    stack->setSpacing(16);
+    disk_ = new DiskCard(bridge_, column);
+    stack->addWidget(disk_);
+    banner_ = new FullDiskAccessBanner(bridge_, column);
+    stack->addWidget(banner_);
+
+    auto* middle = new QHBoxLayout;
+    middle->setSpacing(16);
+    quickClean_ = new QuickCleanCard(bridge_, column);
+    middle->addWidget(quickClean_, 1, Qt::AlignTop);
+    auto* right = new QVBoxLayout;
+    right->setSpacing(16);
+    tools_ = new ToolsCard(bridge_, column);
+    right->addWidget(tools_);
+    biggest_ = new BiggestCard(bridge_, column);
+    right->addWidget(biggest_);
+    right->addStretch(1);
+    middle->addLayout(right, 1);
+    stack->addLayout(middle);
+
+    log_ = new LogCard(bridge_, column);
+    stack->addWidget(log_);
+    stack->addStretch(1);
+
+    banner_->setVisible(bridge_.model().fullDiskAccessDenied());
+    connect(&bridge_, &ModelBridge::changed, this, [this](const ModelChange& change) {
+        if (change.field == ModelField::fullDiskAccessDenied)
+            banner_->setVisible(bridge_.model().fullDiskAccessDenied());
+    });
+}
+
+void OverviewView::showEvent(QShowEvent* event) {
+    Screen::showEvent(event);
+    quickClean_->tickAllIfEmpty();
+}
+
+}  // namespace kelvane

@@ -1,4 +1,0 @@
-#include "ui/screen.h"
-
-// The screen base class lives in its own translation unit so that Qt's meta-object
-// code for it is generated and linked once.

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "core/clean_category.h"
+#include "ui/tools/tool_screen.h"
+
+class QPushButton;
+
+namespace kelvane {
+
+// The local snapshots of the startup disk, each deletable on its own or all at
+// once. Shows the model's list; loading it is the model's business.
+class SnapshotsView : public ToolScreen {
+    Q_OBJECT
+  public:
+    SnapshotsView(ModelBridge& bridge, CleanCategory category, QWidget* parent = nullptr);
+
+    QPushButton* deleteAllButton() const { return deleteAll_; }
+
+  private:
+    void refresh();
+
+    QPushButton* deleteAll_;
+};
+
+}  // namespace kelvane
