@@ -92,6 +92,17 @@ int makeOwnFolder(const std::string& path) {
     return isOwnFolder(path) ? 0 : EACCES;
 }
 
+// Whether `item` is one of the trash folders a volume may hold for us at
+// `top` (either kind, and the shared .Trash itself).
+bool isVolumeTrashFolder(const FileIdentity& item, const std::string& top) {
+    const std::string base = top == "/" ? "" : top;
+    const std::string uid = std::to_string(getuid());
+    FileIdentity shared;
+    return DeletionRules::isTrashFolder(item, base + "/.Trash-" + uid) ||
+           DeletionRules::isTrashFolder(item, base + "/.Trash/" + uid) ||
+           (identify(AT_FDCWD, (base + "/.Trash").c_str(), shared) == 0 && shared.sameFile(item));
+}
+
 struct TrashPlace {
     std::string folder;    // holds files/ and info/
     std::string pathBase;  // Path keys are relative to this; empty: absolute
@@ -279,11 +290,12 @@ std::optional<FileError> Trash::moveToTrash(const std::string& path) {
     const auto& target = std::get<DeletionRules::Target>(located);
 
     const std::string home = homeTrash();
-    if (DeletionRules::isTrashFolder(target.item, home)) {
-        return FileError::refusal(FileError::trashOwnFolder);
-    }
     const std::string folder = physicalPath(target.parent.get(), PathText::parent(path));
     const std::string original = PathText::join(folder, target.name);
+    const std::string top = topFolder(folder, target.parentIdentity);
+    if (DeletionRules::isTrashFolder(target.item, home) || isVolumeTrashFolder(target.item, top)) {
+        return FileError::refusal(FileError::trashOwnFolder);
+    }
     FileIdentity homeMount;
     if (const int e = identifyNearest(home, homeMount)) return FileError::fromErrno(e);
     if (onSameMount(homeMount, target.parentIdentity)) return moveInto({home, ""}, target, original);
@@ -291,11 +303,8 @@ std::optional<FileError> Trash::moveToTrash(const std::string& path) {
     // Another file system (or another mount of the same one, which rename
     // cannot cross either): that volume's own trash, at its top folder.
     TrashPlace place;
-    if (const int e = volumeTrash(topFolder(folder, target.parentIdentity), place)) {
+    if (const int e = volumeTrash(top, place)) {
         return FileError::refusal(FileError::noUsableTrash, e);
-    }
-    if (DeletionRules::isTrashFolder(target.item, place.folder)) {
-        return FileError::refusal(FileError::trashOwnFolder);
     }
     return moveInto(place, target, original);
 }

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <climits>
 #include <filesystem>
 #include <thread>
 
@@ -152,6 +153,18 @@ TEST_F(DeletionSafety, TrashingThroughALinkOntoAnotherDiskUsesThatDisksTopTrash)
     EXPECT_THAT(test::readFile(volumeTrash + "/info/report.txt.trashinfo"),
                 HasSubstr("\nPath=data/report.txt\n"));
     EXPECT_FALSE(exists(dir / "disk/data/.Trash-" + std::to_string(getuid())));
+    if (exists("/usr/bin/trash-list")) {
+        EXPECT_THAT(test::sh("/usr/bin/trash-list").out,
+                    HasSubstr(" " + dir / "disk/data/report.txt\n"));
+    }
+    // With an administrator's shared, sticky .Trash the user's folder goes
+    // inside it.
+    ASSERT_EQ(mkdir((dir / "disk/.Trash").c_str(), 01777), 0);
+    ASSERT_EQ(chmod((dir / "disk/.Trash").c_str(), 01777), 0);
+    test::writeFile(dir / "disk/data/second", "s");
+    ASSERT_EQ(Trash::moveToTrash(dir / "Data/second"), std::nullopt);
+    EXPECT_EQ(test::readFile(dir / ("disk/.Trash/" + std::to_string(getuid()) + "/files/second")),
+              "s");
     // Its own trash folders stay where they are.
     for (const char* own : {"", "/files", "/info"}) {
         EXPECT_TRUE(
@@ -251,14 +264,22 @@ TEST_F(DeletionSafety, FilesVanishingDuringARemovalAreNotFailures) {
     EXPECT_FALSE(exists(dir / "tree"));
 }
 
-TEST_F(DeletionSafety, DepthIsNotLimitedByTheDescriptorLimit) {
+TEST_F(DeletionSafety, DepthIsNotLimitedByTheDescriptorLimitNorByPathMax) {
+    // Built with *at calls: the full path is far too long for mkdir(2).
     UniqueFd fd(open((dir / "tree").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    std::string deepest = dir / "tree";
     for (int level = 0; level < 1500; ++level) {
         ASSERT_EQ(mkdirat(fd.get(), "level", 0755), 0);
         fd = UniqueFd(openat(fd.get(), "level", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         ASSERT_TRUE(fd.valid());
+        deepest += "/level";
     }
+    ASSERT_EQ(mkdirat(fd.get(), "leaf", 0755), 0);
     fd.reset();
+    // An item deep below, named by its over-long path.
+    ASSERT_GT(deepest.size(), std::size_t{PATH_MAX});
+    EXPECT_EQ(TreeRemover::remove(deepest + "/leaf"), std::nullopt);
+    EXPECT_FALSE(exists(deepest + "/leaf"));
     rlimit old{};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &old), 0);
     rlimit tight = old;

@@ -56,34 +56,6 @@ TEST(TreeRemover, ReportsTheErrnoOfAMissingItemAndRefusesDotNames) {
     EXPECT_TRUE(exists(dir / "kept"));
 }
 
-TEST(TreeRemover, HandlesPathsLongerThanPathMax) {
-    TempTree dir;
-    // Built with *at calls: the full path is too long for mkdir(2).
-    const std::string component(200, 'd');
-    std::string deepest = dir / "deep";
-    test::makeFolder(deepest);
-    UniqueFd fd(open(deepest.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    ASSERT_TRUE(fd.valid());
-    while (deepest.size() < PATH_MAX + 2000) {
-        ASSERT_EQ(mkdirat(fd.get(), component.c_str(), 0755), 0);
-        fd = UniqueFd(openat(fd.get(), component.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        ASSERT_TRUE(fd.valid());
-        deepest += "/" + component;
-    }
-    UniqueFd file(openat(fd.get(), "leaf", O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
-    ASSERT_TRUE(file.valid());
-    ASSERT_EQ(mkdirat(fd.get(), "leaf-folder", 0755), 0);
-    file.reset();
-    fd.reset();
-
-    // An item deep below, named by its over-long path.
-    EXPECT_EQ(TreeRemover::remove(deepest + "/leaf"), std::nullopt);
-    EXPECT_EQ(TreeRemover::remove(deepest + "/leaf-folder"), std::nullopt);
-    // And the whole chain from the top.
-    EXPECT_EQ(TreeRemover::remove(dir / "deep"), std::nullopt);
-    EXPECT_FALSE(exists(dir / "deep"));
-}
-
 TEST(TreeRemover, ImmutableFileIsProtectedAndTheRestStillGoes) {
     TempTree dir;
     test::makeFolder(dir / "tree");
