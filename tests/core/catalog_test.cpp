@@ -5,6 +5,7 @@
 
 #include "core/catalog.h"
 #include "core/home_trash.h"
+#include "core/linux_catalog.h"
 
 using namespace kelvane;
 
@@ -115,4 +116,32 @@ TEST(Catalog, GroupsStandTogetherInSidebarOrder) {
         }
     }
     EXPECT_EQ(firstAppearance, Catalog::groupOrder());  // each group appears in one run
+}
+
+TEST(LinuxCatalog, ASecondTableOverAnyHomeAndSystemRootInTheExistingSections) {
+    const auto rows = LinuxCatalog::build("/h", "/sys-root");
+    const auto builtIn = Catalog::build("/h", "/t");
+    ASSERT_EQ(rows.size(), 14u);
+    EXPECT_EQ(rows.front().id, "linux_thumbnails");
+    EXPECT_EQ(rows.back().id, "linux_snap");
+    EXPECT_EQ(row(rows, "linux_flatpak_app_caches").patterns,
+              std::vector<std::string>{"/h/.var/app/*/cache"});
+    EXPECT_EQ(row(rows, "linux_containers").patterns,
+              (std::vector<std::string>{"/sys-root/var/lib/docker", "/h/.local/share/containers"}));
+    const auto& groups = Catalog::groupOrder();
+    std::set<std::string> ids;
+    for (const auto& c : builtIn) ids.insert(c.id);
+    for (const auto& c : rows) {
+        EXPECT_TRUE(ids.insert(c.id).second) << c.id << " is not unique";
+        EXPECT_NE(std::find(groups.begin(), groups.end(), c.group), groups.end()) << c.id;
+        EXPECT_TRUE(c.kind == CategoryKind::folders && c.scanOnLaunch) << c.id;
+        // Quick clean empties without looking: only for what regenerates.
+        EXPECT_TRUE(!c.quickClean || c.risk == Risk::safe) << c.id;
+        for (const auto& p : c.patterns) {
+            EXPECT_TRUE(p.starts_with("/h/") || p.starts_with("/sys-root/")) << c.id << ": " << p;
+        }
+    }
+    // The real table is over the real root.
+    EXPECT_EQ(row(LinuxCatalog::all(), "linux_logs").patterns,
+              std::vector<std::string>{"/var/log"});
 }
