@@ -1,8 +1,10 @@
 #pragma once
 
 #include <optional>
+#include <string>
 
 #include "core/disk_info.h"
+#include "core/home_volume.h"
 
 namespace kelvane {
 
@@ -14,6 +16,12 @@ namespace DiskCapacity {
 // figure for "important" usage, so availableForImportant equals available. Absent when the
 // volume cannot be queried.
 std::optional<DiskInfo> current();
+
+// The volume of `home` with its capacity, read afresh, when it is another
+// file system than the one of "/"; absent when it is the same one or cannot
+// be queried. Its mount point is the highest folder above `home` still on
+// that file system.
+std::optional<HomeVolume> homeVolume(const std::string& home);
 
 }  // namespace DiskCapacity
 }  // namespace kelvane

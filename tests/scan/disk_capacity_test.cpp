@@ -5,6 +5,8 @@
 #include <algorithm>
 
 #include "scan/disk_capacity.h"
+#include "support/scoped_mount.h"
+#include "support/temp_tree.h"
 
 using namespace kelvane;
 
@@ -24,4 +26,19 @@ TEST(DiskCapacity, FiguresAreThoseOfTheRootVolume) {
     EXPECT_LE(disk->available, std::max(a, b));
     EXPECT_EQ(disk->availableForImportant, disk->available);
     EXPECT_GT(disk->total, disk->available);
+}
+
+TEST(DiskCapacity, AHomeOnAnotherVolumeIsMeasuredAtItsMountPoint) {
+    EXPECT_EQ(DiskCapacity::homeVolume("/"), std::nullopt);
+    EXPECT_EQ(DiskCapacity::homeVolume("/no/such/home"), std::nullopt);
+    test::TempTree dir;
+    ASSERT_TRUE(dir.dir("vol"));
+    const auto mount = test::ScopedMount::tmpfs(dir / "vol");
+    if (mount.error() != 0) GTEST_SKIP() << "mounting needs root here";
+    ASSERT_TRUE(dir.dir("vol/home") && dir.dir("vol/home/user"));
+    const auto volume = DiskCapacity::homeVolume(dir / "vol/home/user");
+    ASSERT_TRUE(volume);
+    EXPECT_EQ(volume->mountPoint, dir / "vol");
+    EXPECT_EQ(volume->disk.total, 64 << 20);  // the size the test mount was given
+    EXPECT_LE(volume->disk.available, volume->disk.total);
 }
