@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/catalog.h"
+#include "core/linux_catalog.h"
 #include "model/app_model.h"
 #include "model/file_probe.h"
 #include "scan/disk_capacity.h"
@@ -16,7 +17,11 @@ constexpr std::chrono::milliseconds kInitialSelectionDelay{1500};
 }  // namespace
 
 ModelEnvironment ModelEnvironment::real() {
-    return ModelEnvironment{Catalog::home(), Catalog::trashFiles(), Catalog::all(),
+    // The built-in rows first, then the places that fill a Linux disk; the
+    // folders the user adds come after both.
+    std::vector<CleanCategory> categories = Catalog::all();
+    for (CleanCategory& row : LinuxCatalog::all()) categories.push_back(std::move(row));
+    return ModelEnvironment{Catalog::home(), Catalog::trashFiles(), std::move(categories),
                             &DiskCapacity::current};
 }
 
