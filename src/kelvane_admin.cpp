@@ -12,9 +12,9 @@
 #include <charconv>
 #include <cstdlib>
 #include <string>
-#include <string_view>
 
 #include "system/admin_protocol.h"
+#include "system/fd_io.h"
 #include "system/tree_remover.h"
 
 namespace {
@@ -34,37 +34,12 @@ LinkTrust askingUser() {
     return trust;
 }
 
-bool readAll(int fd, std::string& bytes) {
-    char buffer[1 << 16];
-    for (;;) {
-        const ssize_t n = ::read(fd, buffer, sizeof buffer);
-        if (n == 0) return true;
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            return false;
-        }
-        bytes.append(buffer, static_cast<std::size_t>(n));
-    }
-}
-
-bool writeAll(std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t n = ::write(STDOUT_FILENO, text.data(), text.size());
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            return false;
-        }
-        text.remove_prefix(static_cast<std::size_t>(n));
-    }
-    return true;
-}
-
 }  // namespace
 
 int main() {
     using namespace kelvane;
     std::string request;
-    if (!readAll(STDIN_FILENO, request)) return 2;
+    if (!FdIo::readAll(STDIN_FILENO, request)) return 2;
     const LinkTrust trust = askingUser();
     bool allGone = true;
     const std::vector<std::string> paths = AdminProtocol::decodeRequest(request);
@@ -77,7 +52,7 @@ int main() {
         allGone = allGone && !error;
         // Answer as we go, so that a helper stopped half way still tells
         // what it did.
-        if (!writeAll(AdminProtocol::encodeResult(i, error))) return 2;
+        if (!FdIo::writeAll(STDOUT_FILENO, AdminProtocol::encodeResult(i, error))) return 2;
     }
     return allGone ? 0 : 1;
 }

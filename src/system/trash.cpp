@@ -16,6 +16,7 @@
 #include "core/home_trash.h"
 #include "core/path_text.h"
 #include "system/deletion_rules.h"
+#include "system/fd_io.h"
 #include "system/file_identity.h"
 #include "system/unique_fd.h"
 
@@ -163,18 +164,6 @@ std::string trashName(const std::string& name, unsigned attempt) {
     return cutTo(stem, limit - counter.size() - extension.size()) + counter + extension;
 }
 
-bool writeAll(int fd, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t n = ::write(fd, text.data(), text.size());
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            return false;
-        }
-        text.remove_prefix(static_cast<std::size_t>(n));
-    }
-    return true;
-}
-
 // renameat without replacing an existing target. RENAME_NOREPLACE makes the
 // check and the move one step; file systems without it get a check first.
 int moveNoReplace(int fromDir, const std::string& from, int toDir, const std::string& to) {
@@ -216,7 +205,7 @@ std::optional<FileError> moveInto(const TrashPlace& place, const DeletionRules::
             if (errno == EEXIST) continue;
             return FileError::fromErrno(errno);
         }
-        const bool written = writeAll(fd.get(), content);
+        const bool written = FdIo::writeAll(fd.get(), content);
         const int writeError = errno;
         if (!written || fd.reset() != 0) {
             const int e = written ? errno : writeError;
