@@ -1,38 +1,29 @@
 #include "scan/dir_listing.h"
 
-#include <dirent.h>
+#include <fcntl.h>
 
-#include <cerrno>
-#include <cstring>
-#include <memory>
+#include "scan/folder_stream.h"
+#include "scan/owned_fd.h"
 
 namespace kelvane {
-namespace {
-
-struct DirCloser {
-    void operator()(DIR* dir) const noexcept { ::closedir(dir); }
-};
-using DirHandle = std::unique_ptr<DIR, DirCloser>;
-
-}  // namespace
 
 std::optional<std::vector<std::string>> listFolderNames(const std::string& folder) {
-    const DirHandle dir(::opendir(folder.c_str()));
-    if (!dir) return std::nullopt;
+    OwnedFd fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!fd.valid()) return std::nullopt;
+    FolderStream stream(std::move(fd));
     std::vector<std::string> names;
+    FolderItem item;
     for (;;) {
-        // readdir reports the end and an error alike with nullptr; only errno tells them apart.
-        errno = 0;
-        const dirent* const item = ::readdir(dir.get());
-        if (item == nullptr) {
-            if (errno != 0) return std::nullopt;
-            break;
+        switch (stream.next(item)) {
+            case FolderStream::Step::item:
+                names.emplace_back(item.view());
+                break;
+            case FolderStream::Step::end:
+                return names;
+            case FolderStream::Step::failed:
+                return std::nullopt;
         }
-        const char* const name = item->d_name;
-        if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) continue;
-        names.emplace_back(name);
     }
-    return names;
 }
 
 }  // namespace kelvane

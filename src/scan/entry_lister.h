@@ -11,9 +11,10 @@ namespace kelvane {
 
 class SizeStore;
 
-// Turns one folder, or one path, into the browser's Entry records. Items are examined with lstat
-// (links are never followed); folder sizes come from the SizeStore instead of a walk, so listing
-// a folder full of huge subfolders costs no more than the listing itself.
+// Turns one folder, or one path, into the browser's Entry records. Items are examined without
+// following links (a listed folder's items relative to its open descriptor, one call each);
+// folder sizes come from the SizeStore instead of a walk, so listing a folder full of huge
+// subfolders costs no more than the listing itself.
 namespace EntryLister {
 
 // The entries of `dir`, one level, hidden names included, in the order the file system lists

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "scan/owned_fd.h"
+
+namespace kelvane {
+
+// One name in a folder, as the kernel lists it.
+struct FolderItem {
+    const char* name = nullptr;  // NUL-terminated; valid until the stream's next call
+    std::size_t length = 0;
+    ino_t ino = 0;
+
+    std::string_view view() const { return {name, length}; }
+};
+
+// Reads the names of one open folder with getdents64 into a fixed buffer, a batch at a time, so
+// a folder of any width costs the same memory; "." and ".." are left out. A walk that must give
+// its descriptor back can park the stream (descriptor closed, buffer freed) and later resume it
+// on a fresh descriptor of the same folder, just after the last name it had returned.
+class FolderStream {
+  public:
+    enum class Step { item, end, failed };
+
+    explicit FolderStream(OwnedFd fd);
+
+    // The next name, the end of the folder, or a failed read (the folder is then cut short).
+    Step next(FolderItem& item);
+
+    int fd() const { return fd_.get(); }
+    bool parked() const { return !fd_.valid(); }
+
+    // Keeps only where to go on, and gives the descriptor and the buffer back. Called before
+    // next() is called again, so the last returned record is still in the buffer.
+    void park();
+
+    // Continues on `fd`, a new descriptor of the parked folder. False when the folder no longer
+    // lists the last name returned before parking (it changed meanwhile): the stream then ends.
+    bool resume(OwnedFd fd);
+
+  private:
+    bool fill();
+    bool seekTo(off_t position);
+    bool skipPastMark();
+
+    OwnedFd fd_;
+    std::unique_ptr<std::byte[]> buffer_;
+    std::size_t filled_ = 0;
+    std::size_t used_ = 0;
+    bool ended_ = false;
+    // Directory positions are cookies the file system hands out (d_off): `position_` is where
+    // the next record begins, `lastStart_` where the last returned one began.
+    off_t position_ = 0;
+    off_t lastStart_ = 0;
+    std::size_t lastAt_ = 0;  // where the last returned record sits in the buffer
+    bool returnedAny_ = false;
+    // While parked: the last returned name, to find the place again. The cookie alone is not
+    // trusted across descriptors, so the name and inode confirm it.
+    struct Mark {
+        off_t start = 0;
+        ino_t ino = 0;
+        std::string name;
+    };
+    Mark mark_;
+};
+
+}  // namespace kelvane
