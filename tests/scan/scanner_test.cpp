@@ -1,207 +1,168 @@
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <fstream>
-#include <sstream>
 
-#include "core/path_text.h"
+#include "scan/fts_reference_scan.h"
 #include "scan/scanner.h"
 #include "scan/size_store.h"
+#include "support/scoped_mount.h"
 #include "support/temp_tree.h"
 
 using namespace kelvane;
 using kelvane::test::allocated;
 using kelvane::test::TempTree;
 
-TEST(Scanner, SumsAllocatedSizesAndRecordsEveryFolder) {
-    TempTree t;
-    ASSERT_TRUE(t.dir("a") && t.dir("a/b") && t.dir("empty"));
-    ASSERT_TRUE(t.file("a/one", 1) && t.file("a/b/big", 100000) && t.file("top", 5000));
-    const std::string odd("n\xff\n 'q\"", 7);  // not UTF-8, newline, quotes, space
-    ASSERT_TRUE(t.dir(odd) && t.file(odd + "/" + odd, 3000));
-
-    SizeStore store;
-    const ScanStats stats = Scanner::scan(t.path(), store);
-
-    const std::int64_t b = allocated(t / "a/b") + allocated(t / "a/b/big");
-    const std::int64_t a = allocated(t / "a") + allocated(t / "a/one") + b;
-    const std::int64_t o = allocated(t / odd) + allocated(t / (odd + "/" + odd));
-    const std::int64_t root =
-        allocated(t.path()) + a + o + allocated(t / "empty") + allocated(t / "top");
-    EXPECT_EQ(stats, (ScanStats{root, 4, 5, 0}));
-    EXPECT_EQ(store.size(t.path()), root);
-    EXPECT_EQ(store.size(t / "a"), a);
-    EXPECT_EQ(store.size(t / "a/b"), b);
-    EXPECT_EQ(store.size(t / odd), o);  // keyed by the exact bytes
-    EXPECT_EQ(store.size(t / "empty"), allocated(t / "empty"));
-    EXPECT_EQ(store.size(t / "top"), std::nullopt);  // files are never recorded
-    EXPECT_EQ(store.count(), 5u);
-}
-
-TEST(Scanner, HardLinksCountOncePerWalk) {
-    TempTree t;
-    ASSERT_TRUE(t.dir("first") && t.dir("second") && t.file("first/f", 4096));
-    ASSERT_TRUE(t.hardlink("first/f", "first/g") && t.hardlink("first/f", "second/h"));
-    const std::int64_t f = allocated(t / "first/f");
-    ASSERT_GT(f, 0);
-
-    SizeStore store;
-    const ScanStats whole = Scanner::scan(t.path(), store);
-    EXPECT_EQ(whole.files, 1);
-    EXPECT_EQ(whole.bytes,
-              allocated(t.path()) + allocated(t / "first") + allocated(t / "second") + f);
-    // The first occurrence owns the size: whichever folder the walk met first holds it.
-    const std::int64_t inFirst = *store.size(t / "first") - allocated(t / "first");
-    const std::int64_t inSecond = *store.size(t / "second") - allocated(t / "second");
-    EXPECT_EQ(inFirst + inSecond, f);
-
-    // Each walk has its own memory of links: two walks count the file once each.
-    const ScanStats one = Scanner::scan(t / "first", store);
-    const ScanStats two = Scanner::scan(t / "second", store);
-    EXPECT_EQ(one.files + two.files, 2);
-    EXPECT_EQ(two.bytes, allocated(t / "second") + f);
-}
-
-TEST(Scanner, LinksBelowTheRootAreItemsButARootLinkIsFollowed) {
-    TempTree t;
-    ASSERT_TRUE(t.dir("target") && t.file("target/big", 200000) && t.dir("root"));
-    ASSERT_TRUE(t.symlink(t / "target", "root/to-target") &&
-                t.symlink(t / "nowhere", "root/dangling"));
-    ASSERT_TRUE(t.symlink("loop-b", "root/loop-a") && t.symlink("loop-a", "root/loop-b"));
-
-    SizeStore store;
-    const ScanStats below = Scanner::scan(t / "root", store);
-    std::int64_t links = 0;
-    for (const char* l : {"to-target", "dangling", "loop-a", "loop-b"})
-        links += allocated(t / (std::string("root/") + l));
-    EXPECT_EQ(below, (ScanStats{allocated(t / "root") + links, 4, 1, 0}));
-    EXPECT_EQ(store.size(t / "root/to-target"), std::nullopt);
-
-    ASSERT_TRUE(t.symlink(t / "target", "root-link"));
-    const ScanStats followed = Scanner::scan(t / "root-link", store);
-    EXPECT_EQ(followed,
-              (ScanStats{allocated(t / "target") + allocated(t / "target/big"), 1, 1, 0}));
-    EXPECT_EQ(store.size(t / "root-link"), followed.bytes);  // keyed under the path as given
-
-    // Roots that are not folders: a file counts as itself and is never recorded.
-    EXPECT_EQ(Scanner::scan(t / "target/big", store),
-              (ScanStats{allocated(t / "target/big"), 1, 0, 0}));
-    EXPECT_EQ(store.size(t / "target/big"), std::nullopt);
-    EXPECT_EQ(Scanner::scan(t / "missing", store), (ScanStats{0, 0, 0, 1}));
-    EXPECT_EQ(Scanner::scan("", store), (ScanStats{0, 0, 0, 1}));
-}
-
 namespace {
 
-struct PollLog {
-    int progressCalls = 0;
-    std::int64_t lastProgress = -1;
-    int cancelTests = 0;
-};
-
-// A root folder with `files` empty files: the walk delivers files + 2 entries.
-ScanStats walkFlatTree(std::size_t files, bool cancel, PollLog& log, SizeStore& store) {
-    TempTree t;
-    for (std::size_t i = 0; i < files; ++i) t.file(std::to_string(i), 0);
-    return Scanner::scan(
-        t.path(), store,
-        [&](std::int64_t bytes) {
-            ++log.progressCalls;
-            log.lastProgress = bytes;
-        },
-        [&] {
-            ++log.cancelTests;
-            return cancel;
-        });
+// A chain of `levels` folders named `segment` below `base`, built with *at calls since its deep
+// end may be beyond what a full path can name; every `fileEvery`th level also holds a file "f".
+// Returns the folders' allocated bytes and the deepest path.
+std::pair<std::int64_t, std::string> buildChain(const std::string& base, const std::string& segment,
+                                                int levels, int fileEvery) {
+    std::int64_t bytes = 0;
+    std::string deepest = base;
+    int fd = ::open(base.c_str(), O_RDONLY | O_DIRECTORY);
+    for (int depth = 0; depth < levels && fd >= 0; ++depth) {
+        EXPECT_EQ(::mkdirat(fd, segment.c_str(), 0755), 0);
+        const int next = ::openat(fd, segment.c_str(), O_RDONLY | O_DIRECTORY);
+        EXPECT_EQ(::close(fd), 0);
+        struct stat status {};
+        EXPECT_EQ(::fstat(next, &status), 0);
+        bytes += status.st_blocks * 512;
+        fd = next;
+        deepest += "/" + segment;
+        if (depth % fileEvery != 0) continue;
+        const int file = ::openat(fd, "f", O_CREAT | O_WRONLY, 0644);
+        EXPECT_TRUE(::write(file, "x", 1) == 1 && ::close(file) == 0);
+    }
+    EXPECT_EQ(::close(fd), 0);
+    return {bytes, deepest};
 }
 
 }  // namespace
 
-TEST(Scanner, PollsEveryFourThousandEntriesAndStopsAtOnceWhenCancelled) {
-    SizeStore store;
-    PollLog below;
-    walkFlatTree(3997, false, below, store);  // 3999 entries
-    EXPECT_EQ(below.progressCalls, 0);
-    EXPECT_EQ(below.cancelTests, 0);
-
-    PollLog at;
-    const ScanStats atStats =
-        walkFlatTree(3998, false, at, store);  // 4000: the last is the root's exit
-    EXPECT_EQ(at.progressCalls, 1);
-    EXPECT_EQ(at.cancelTests, 1);
-    EXPECT_EQ(at.lastProgress, atStats.bytes);  // the root is closed by then
-    EXPECT_EQ(atStats.files, 3998);
-
-    SizeStore cancelledStore;
-    PollLog cancelled;
-    const ScanStats partial = walkFlatTree(5000, true, cancelled, cancelledStore);
-    EXPECT_EQ(cancelled.progressCalls, 0);
-    EXPECT_EQ(cancelled.cancelTests, 1);
-    EXPECT_EQ(partial.files, 3999);  // the root's entry plus 3999 files make 4000
-    EXPECT_EQ(partial.dirs, 1);
-    EXPECT_EQ(cancelledStore.count(), 0u);  // the open root is never recorded
-}
-
-TEST(Scanner, PathsBeyondPathMaxAreCountedAsUnreadable) {
+TEST(Scanner, MatchesTheClassicWalkOnHostileTrees) {
     TempTree t;
-    // Built with *at calls, since the deep end cannot be named by a full path.
-    const std::string segment(200, 'd');
-    std::vector<std::string> paths;
-    int fd = ::open(t.path().c_str(), O_RDONLY | O_DIRECTORY);
-    ASSERT_GE(fd, 0);
-    std::string path = t.path();
-    for (int depth = 0; depth < 30; ++depth) {
-        ASSERT_EQ(::mkdirat(fd, segment.c_str(), 0755), 0);
-        const int next = ::openat(fd, segment.c_str(), O_RDONLY | O_DIRECTORY);
-        ASSERT_EQ(::close(fd), 0);
-        ASSERT_GE(next, 0);
-        fd = next;
-        path += "/" + segment;
-        paths.push_back(path);
-    }
-    ASSERT_EQ(::close(fd), 0);
+    const std::string odd("n\xff\n 'q\"", 7);  // not UTF-8, newline, quotes, space
+    ASSERT_TRUE(t.dir("a") && t.dir("a/b") && t.dir("empty") && t.dir(odd) && t.dir("mnt"));
+    ASSERT_TRUE(t.file("a/one", 1) && t.file("a/b/big", 100000) && t.file(odd + "/" + odd, 3000));
+    // Hard links within one folder and across folders, the first name deep inside.
+    ASSERT_TRUE(t.file("a/b/shared", 20000) && t.hardlink("a/b/shared", "a/b/again") &&
+                t.hardlink("a/b/shared", "z-later") && t.hardlink("a/b/shared", "a/later"));
+    ASSERT_TRUE(t.symlink(t / "a", "to-a") && t.symlink(t / "nowhere", "dangling") &&
+                t.symlink("loop-b", "loop-a") && t.symlink("loop-a", "loop-b"));
+    ASSERT_EQ(::mkfifo((t / "fifo").c_str(), 0644), 0);
+    ASSERT_TRUE(t.file("sparse", 1) && ::truncate((t / "sparse").c_str(), 1 << 30) == 0);
+    const auto mount = test::ScopedMount::tmpfs(t / "mnt");
+    ASSERT_TRUE(mount.error() != 0 || (t.dir("mnt/inside") && t.file("mnt/inside/f", 5000)));
 
-    SizeStore store;
-    const ScanStats stats = Scanner::scan(t.path(), store);
-    std::int64_t reachable = 1;  // the root
-    for (const std::string& p : paths) reachable += p.size() < PATH_MAX ? 1 : 0;
-    EXPECT_EQ(stats.dirs, reachable);
-    EXPECT_EQ(stats.unreadable, 1);  // the first folder too deep to name; below it, nothing
-    EXPECT_EQ(store.size(t.path()), stats.bytes);
+    // The root as given, with a trailing slash (child paths do not double it), through a link,
+    // and roots that are not folders. Each walk counts the shared file once, in its own walk.
+    for (const std::string& root :
+         {t.path(), t.path() + "/", t / "a/", t / "to-a", t / "a/b/big", t / "fifo", t / "dangling",
+          t / "loop-a", t / "missing", std::string()}) {
+        test::expectSameAsReference(root);
+    }
 }
 
-TEST(Scanner, MountPointsBelowTheRootAreNotEntered) {
-    // Look for a mount point whose parent folder is itself a small mounted file system
-    // (/dev/shm under /dev, say); walking that parent must stop at the mount point.
-    std::ifstream mounts("/proc/self/mounts");
-    std::string line;
-    std::string mountPoint;
-    std::string parent;
-    while (std::getline(mounts, line)) {
-        std::istringstream fields(line);
-        std::string device;
-        std::string point;
-        fields >> device >> point;
-        const std::string up = PathText::parent(point);
-        struct stat a {};
-        struct stat b {};
-        if (up.size() > 1 && up.starts_with("/dev") && ::lstat(point.c_str(), &a) == 0 &&
-            ::lstat(up.c_str(), &b) == 0 && S_ISDIR(a.st_mode) && a.st_dev != b.st_dev) {
-            mountPoint = point;
-            parent = up;
-            break;
+TEST(Scanner, MatchesTheClassicWalkOnDeepWideAndLinkedTrees) {
+    TempTree shm("/dev/shm");  // memory is much faster than disk for a hundred thousand files
+    ASSERT_TRUE(shm.dir("wide") && shm.dir("chain") && shm.dir("forest"));
+    for (int i = 0; i < 100'000; ++i) ASSERT_TRUE(shm.file("wide/" + std::to_string(i), 0));
+
+    // 2000 levels, with names short enough for the classic walk's PATH_MAX limit; the deepest
+    // file also has a name at the top.
+    const std::string deepest = buildChain(shm / "chain", "d", 2000, 1999).second;
+    ASSERT_EQ(::link((deepest + "/f").c_str(), (shm / "chain/first-name").c_str()), 0);
+
+    // Ten folders of thirty folders of thirty files; every seventh file is a second name of one
+    // in a folder elsewhere, met earlier or later depending on the listing order.
+    const auto folder = [&](int d) {
+        return "forest/" + std::to_string(d % 10) + "/" + std::to_string(d);
+    };
+    for (int d = 0; d < 300; ++d) {
+        ASSERT_TRUE((d >= 10 || shm.dir("forest/" + std::to_string(d))) && shm.dir(folder(d)));
+        for (int i = 0; i < 30; ++i) {
+            const std::string name = folder(d) + "/" + std::to_string(i);
+            ASSERT_TRUE(d > 0 && i % 7 == 3
+                            ? shm.hardlink(folder(d / 2) + "/" + std::to_string(i + 1), name)
+                            : shm.file(name, static_cast<std::size_t>(i * 1031 + d) % 10000 + 1));
         }
     }
-    if (mountPoint.empty()) GTEST_SKIP() << "no mount point below a small file system here";
+    for (const char* root : {"wide", "chain", "forest"}) test::expectSameAsReference(shm / root);
+}
 
-    SizeStore store;
-    Scanner::scan(parent, store);
-    EXPECT_EQ(store.size(mountPoint), allocated(mountPoint));
-    const std::size_t recorded = store.count();
-    store.removeSubtree(mountPoint + "/");
-    EXPECT_EQ(store.count(), recorded) << "a folder inside " << mountPoint << " was walked";
+TEST(Scanner, ReportsEveryFourThousandVisitsOfAllThreads) {
+    for (const ScanOptions& mode : {test::kScanModes[0], test::kScanModes[2]}) {
+        SCOPED_TRACE(std::to_string(mode.threads) + " thread(s)");
+        // Twenty folders, so the threads share the work: 42 visits for them, one per file.
+        TempTree shm("/dev/shm");
+        for (int d = 0; d < 20; ++d) ASSERT_TRUE(shm.dir(std::to_string(d)));
+        const auto addFiles = [&](int from, int to) {
+            for (int i = from; i < to; ++i)
+                shm.file(std::to_string(i % 20) + "/" + std::to_string(i), 10);
+        };
+        std::int64_t reports = 0, cancelTests = 0, lastReport = -1;
+        std::optional<std::int64_t> rootSize;
+        const auto walk = [&](bool cancel) {
+            reports = cancelTests = 0;
+            SizeStore store;
+            const ScanStats stats = Scanner::scan(
+                shm.path(), store, [&](std::int64_t bytes) { ++reports, lastReport = bytes; },
+                [&] { return ++cancelTests, cancel; }, mode);
+            rootSize = store.size(shm.path());
+            return stats;
+        };
+        addFiles(0, 3957);
+        ASSERT_EQ(test::ftsReferenceScan(shm.path()).visits, 3999);
+        walk(false);
+        EXPECT_EQ(reports + cancelTests, 0);
+
+        addFiles(3957, 3958);
+        const ScanStats whole = walk(false);
+        EXPECT_EQ(reports, 1);
+        EXPECT_EQ(cancelTests, 1);
+        EXPECT_EQ(lastReport, whole.bytes);  // the 4000th visit is the root's exit
+
+        // Cancelled at the first poll: every thread stops within the next poll interval, the
+        // open root is not recorded and its bytes are not claimed.
+        addFiles(3958, 20000);
+        const ScanStats partial = walk(true);
+        EXPECT_EQ(cancelTests, 1);
+        EXPECT_EQ(reports, 0);
+        EXPECT_EQ(partial.bytes, 0);
+        EXPECT_EQ(rootSize, std::nullopt);
+        EXPECT_LT(partial.files, 2 * Scanner::kPollInterval);
+        // One thread stops right after the 4000th visit, with the root and one folder open.
+        EXPECT_TRUE(mode.threads > 1 || partial.files + 2 * partial.dirs - 2 == 4000);
+    }
+}
+
+TEST(Scanner, WalksBeyondPathMaxWithinTheDescriptorLimit) {
+    TempTree t;
+    const auto [folders, deepest] = buildChain(t.path(), std::string(200, 'd'), 40, 1000);
+    ASSERT_GT(deepest.size(), static_cast<std::size_t>(PATH_MAX));
+
+    // Eight descriptors to spare: the walk keeps within them, also when asked to keep more
+    // folders open than the limit allows.
+    struct rlimit saved {};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &saved), 0);
+    const int lowest = ::dup(0);
+    ASSERT_EQ(::close(lowest), 0);
+    const struct rlimit tight = {static_cast<rlim_t>(lowest) + 8, saved.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &tight), 0);
+    for (const ScanOptions& mode : {ScanOptions{1, nullptr, 0}, ScanOptions{1, nullptr, 32}}) {
+        SizeStore store;
+        const ScanStats stats = Scanner::scan(t.path(), store, {}, {}, mode);
+        const std::int64_t file = allocated(t / (std::string(200, 'd') + "/f"));
+        EXPECT_EQ(stats, (ScanStats{allocated(t.path()) + folders + file, 1, 41, 0}));
+        EXPECT_EQ(store.count(), 41u);
+        EXPECT_TRUE(store.size(deepest));
+    }
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &saved), 0);
 }

@@ -1,0 +1,571 @@
+#include "scan/tree_walk.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include "scan/folder_stream.h"
+#include "scan/link_owners.h"
+#include "scan/owned_fd.h"
+#include "scan/size_store.h"
+#include "scan/thread_budget.h"
+#include "scan/walk_folder.h"
+
+namespace kelvane {
+namespace {
+
+// An extra thread adds its visits to the shared count in batches of this many, so the threads
+// do not fight over one counter per item; the calling thread adds its own at once.
+constexpr std::int64_t kVisitBatch = 64;
+
+constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+
+std::int64_t allocatedBytes(const struct stat& status) {
+    return static_cast<std::int64_t>(status.st_blocks) * 512;
+}
+
+// A sixty-fourth of the descriptor limit per walking thread, so several walks of several
+// threads stay far below it and leave the rest of the program its descriptors.
+int defaultOpenFolders() {
+    struct rlimit limit {};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return 16;
+    return static_cast<int>(std::clamp<rlim_t>(limit.rlim_cur / 64, 4, 32));
+}
+
+bool sameFolder(int fd, const WalkFolder& folder) {
+    struct stat status {};
+    return ::fstat(fd, &status) == 0 && status.st_dev == folder.dev && status.st_ino == folder.ino;
+}
+
+// One folder being listed: where its names stand, and what it has counted straight into itself.
+struct Frame {
+    std::shared_ptr<WalkFolder> folder;
+    FolderStream stream;
+    std::uint32_t nextIndex = 0;
+    std::int64_t listedBytes = 0;
+};
+
+class Walker;
+
+// What every thread of one walk shares, and what the calling thread alone does: the callbacks,
+// the extra threads and the end of the walk.
+class Walk {
+  public:
+    Walk(const std::string& root, const struct stat& rootStatus, SizeStore& store,
+         const Scanner::Progress& progress, const Scanner::CancelTest& shouldCancel,
+         const ScanOptions& options)
+        : root_(root),
+          rootDev_(rootStatus.st_dev),
+          store_(store),
+          progress_(progress),
+          shouldCancel_(shouldCancel),
+          budget_(options.budget != nullptr ? *options.budget : ThreadBudget::process()),
+          wantedThreads_(options.threads > 0 ? options.threads : budget_.size()),
+          openFolders_(
+              std::max(2, options.openFolders > 0 ? options.openFolders : defaultOpenFolders())) {}
+
+    // Should the walk end early (out of memory, say), the extra threads stop before they are
+    // joined, rather than wait for work forever.
+    ~Walk() { stop(); }
+    Walk(const Walk&) = delete;
+    Walk& operator=(const Walk&) = delete;
+
+    ScanStats run(const struct stat& rootStatus);
+
+  private:
+    friend class Walker;
+
+    struct Helper {
+        ThreadBudget::Share share;
+        std::jthread thread;  // declared last, so it is joined before the share goes back
+    };
+
+    // Calling thread only.
+    void poll();
+    void addHelpers();
+    bool pollDue() const {
+        return visits_.load(std::memory_order_relaxed) >=
+               (polls_.load(std::memory_order_relaxed) + 1) * Scanner::kPollInterval;
+    }
+
+    // Any thread.
+    void stop();
+    void finishFolder(std::shared_ptr<WalkFolder> folder);
+    void addVisits(std::int64_t visits, std::int64_t bytes);
+    void keepPace();
+    OwnedFd findFromRoot(const WalkFolder& target) const;
+    bool offer(Frame& frame);
+    std::optional<Frame> take(bool caller);
+    void merge(const ScanStats& counts);
+
+    const std::string& root_;
+    const dev_t rootDev_;
+    SizeStore& store_;
+    const Scanner::Progress& progress_;
+    const Scanner::CancelTest& shouldCancel_;
+    ThreadBudget& budget_;
+    const int wantedThreads_;
+    const int openFolders_;
+
+    LinkOwners links_;
+    OwnedFd rootFd_;  // a spare descriptor of the root, to find a folder again from the top
+    std::shared_ptr<WalkFolder> rootFolder_;
+
+    std::atomic<std::int64_t> visits_{0};
+    std::atomic<std::int64_t> countedBytes_{0};
+    std::atomic<bool> stopping_{false};
+    std::atomic<int> wanting_{0};  // threads waiting for work, less the work already offered
+
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    std::deque<Frame> offered_;
+    std::atomic<bool> finished_{false};  // the root folder is final
+    std::int64_t rootTotal_ = 0;
+    std::vector<std::shared_ptr<WalkFolder>> heldBack_;  // final but for hard-linked files
+    ScanStats counts_;
+
+    std::atomic<std::int64_t> polls_{0};  // changed by the calling thread only
+    // Calling thread only.
+    bool helpersTried_ = false;
+    std::vector<Helper> helpers_;
+};
+
+// One thread's part of a walk: a depth-first walk over its own stack of folders, of which only
+// the innermost few keep a descriptor.
+class Walker {
+  public:
+    Walker(Walk& walk, bool caller) : walk_(walk), caller_(caller) {}
+    Walker(const Walker&) = delete;
+    Walker& operator=(const Walker&) = delete;
+
+    void countRoot(std::int64_t ownBytes) {
+        ++counts_.dirs;
+        visit(ownBytes);
+    }
+    void countUnreadableRoot() {
+        ++counts_.unreadable;
+        visit(0);
+    }
+    void start(Frame root) { stack_.push_back(std::move(root)); }
+    // Walks until the walk is finished or stopped, then reports what this thread counted.
+    void run();
+    void report();
+
+  private:
+    void step();
+    void enter(const FolderItem& item, std::uint32_t index, const struct stat& status);
+    void count(std::uint32_t index, const struct stat& status);
+    void closeUnlisted(std::shared_ptr<WalkFolder> folder);
+    void finishListing();
+    void push(Frame frame);
+    bool parkOutermost();
+    OwnedFd openChild(int dirFd, const char* name);
+    void reopenTop(const Frame& below);
+    void visit(std::int64_t bytes);
+    void flush();
+
+    Walk& walk_;
+    const bool caller_;
+    std::vector<Frame> stack_;
+    std::size_t firstOpen_ = 0;  // frames below this index are parked
+    ScanStats counts_;
+    std::int64_t unflushedVisits_ = 0;
+    std::int64_t unflushedBytes_ = 0;
+};
+
+void Walker::run() {
+    for (;;) {
+        if (walk_.stopping_.load(std::memory_order_relaxed)) break;
+        if (stack_.empty()) {
+            flush();
+            std::optional<Frame> work = walk_.take(caller_);
+            if (!work) break;
+            stack_.push_back(std::move(*work));
+            firstOpen_ = 0;
+            continue;
+        }
+        step();
+    }
+    // Innermost first, so each folder released still has its parent held by the next frame.
+    while (!stack_.empty()) stack_.pop_back();
+    report();
+}
+
+void Walker::report() {
+    flush();
+    walk_.merge(counts_);
+    counts_ = ScanStats{};
+}
+
+void Walker::step() {
+    Frame& top = stack_.back();
+    FolderItem item;
+    switch (top.stream.next(item)) {
+        case FolderStream::Step::end:
+            finishListing();
+            return;
+        case FolderStream::Step::failed:
+            // Cut short: counted like a folder that could not be listed, with what it had.
+            ++counts_.unreadable;
+            finishListing();
+            return;
+        case FolderStream::Step::item:
+            break;
+    }
+    const std::uint32_t index = top.nextIndex++;
+    struct stat status {};
+    if (::fstatat(top.stream.fd(), item.name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        ++counts_.unreadable;
+        visit(0);
+        return;
+    }
+    if (S_ISDIR(status.st_mode)) {
+        enter(item, index, status);
+    } else {
+        count(index, status);
+    }
+}
+
+void Walker::enter(const FolderItem& item, std::uint32_t index, const struct stat& status) {
+    const std::shared_ptr<WalkFolder>& parent = stack_.back().folder;
+    // A folder that is also one of its own ancestors (a bind mount of an ancestor below it) would
+    // be walked forever; it is visited once and counts nothing.
+    if (parent->isSelfOrAbove(status.st_dev, status.st_ino)) {
+        visit(0);
+        return;
+    }
+    ++counts_.dirs;
+    const std::int64_t own = allocatedBytes(status);
+    visit(own);
+    if (walk_.stopping_.load(std::memory_order_relaxed)) return;
+    auto folder = std::make_shared<WalkFolder>(parent, std::string(item.view()), index,
+                                               status.st_dev, status.st_ino, own);
+    parent->pending.fetch_add(1, std::memory_order_relaxed);
+    // A mount point counts with its own size and is not entered.
+    if (status.st_dev != walk_.rootDev_) return closeUnlisted(std::move(folder));
+    OwnedFd fd = openChild(stack_.back().stream.fd(), item.name);
+    if (!fd.valid()) {
+        ++counts_.unreadable;
+        return closeUnlisted(std::move(folder));
+    }
+    push(Frame{std::move(folder), FolderStream(std::move(fd))});
+}
+
+void Walker::count(std::uint32_t index, const struct stat& status) {
+    const std::int64_t bytes = allocatedBytes(status);
+    // Only files with several names can have been met already; the rest skip the shared set.
+    if (status.st_nlink >= 2) {
+        if (!walk_.links_.meet(status.st_dev, status.st_ino, bytes, stack_.back().folder, index)) {
+            visit(0);
+            return;
+        }
+    } else {
+        stack_.back().listedBytes += bytes;
+    }
+    ++counts_.files;
+    visit(bytes);
+}
+
+void Walker::closeUnlisted(std::shared_ptr<WalkFolder> folder) {
+    if (folder->pending.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        walk_.finishFolder(std::move(folder));
+    }
+    visit(0);
+}
+
+void Walker::finishListing() {
+    Frame done = std::move(stack_.back());
+    stack_.pop_back();
+    done.folder->total.fetch_add(done.listedBytes, std::memory_order_relaxed);
+    if (firstOpen_ > stack_.size()) firstOpen_ = stack_.size();
+    if (!stack_.empty() && stack_.back().stream.parked()) reopenTop(done);
+    std::shared_ptr<WalkFolder> folder = std::move(done.folder);
+    if (folder->pending.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        walk_.finishFolder(std::move(folder));
+    }
+    visit(0);
+}
+
+void Walker::push(Frame frame) {
+    stack_.push_back(std::move(frame));
+    while (stack_.size() - firstOpen_ > static_cast<std::size_t>(walk_.openFolders_)) {
+        parkOutermost();
+    }
+    if (caller_ && !walk_.helpersTried_) walk_.addHelpers();
+    // Another thread is idle: give it the outermost open folder, whose remaining names are
+    // likely the most work, and go on below.
+    if (walk_.wanting_.load(std::memory_order_relaxed) > 0 && firstOpen_ + 1 < stack_.size() &&
+        walk_.offer(stack_[firstOpen_])) {
+        stack_.erase(stack_.begin() + static_cast<std::ptrdiff_t>(firstOpen_));
+    }
+}
+
+bool Walker::parkOutermost() {
+    if (firstOpen_ + 1 >= stack_.size()) return false;  // the innermost folder stays open
+    stack_[firstOpen_].stream.park();
+    ++firstOpen_;
+    return true;
+}
+
+OwnedFd Walker::openChild(int dirFd, const char* name) {
+    for (;;) {
+        const int fd = ::openat(dirFd, name, kFolderFlags | O_NOFOLLOW);
+        if (fd >= 0) return OwnedFd(fd);
+        // Out of descriptors: close one of ours and try again, as long as there is one to close.
+        if ((errno != EMFILE && errno != ENFILE) || !parkOutermost()) return {};
+    }
+}
+
+// Opens the parked folder on top of the stack again and puts its stream back where it was.
+// `below` is the folder just finished, somewhere below it and still open: going up through ".."
+// costs one call per level, checked against the identity each folder had; when that fails (no
+// search right, the tree moved) the names are followed down from the root instead.
+void Walker::reopenTop(const Frame& below) {
+    Frame& target = stack_.back();
+    OwnedFd fd;
+    int from = below.stream.fd();
+    for (const WalkFolder* f = below.folder.get(); from >= 0 && f != target.folder.get();) {
+        const WalkFolder* const up = f->parent.get();
+        OwnedFd next(up == nullptr ? -1 : ::openat(from, "..", kFolderFlags));
+        if (!next.valid() || !sameFolder(next.get(), *up)) {
+            fd.reset();
+            break;
+        }
+        fd = std::move(next);
+        from = fd.get();
+        f = up;
+    }
+    if (!fd.valid()) fd = walk_.findFromRoot(*target.folder);
+    if (!target.stream.resume(std::move(fd))) ++counts_.unreadable;
+    firstOpen_ = stack_.size() - 1;
+}
+
+void Walker::visit(std::int64_t bytes) {
+    if (caller_) {
+        walk_.countedBytes_.fetch_add(bytes, std::memory_order_relaxed);
+        walk_.visits_.fetch_add(1, std::memory_order_relaxed);
+        if (walk_.pollDue()) walk_.poll();
+        return;
+    }
+    ++unflushedVisits_;
+    unflushedBytes_ += bytes;
+    if (unflushedVisits_ >= kVisitBatch) flush();
+}
+
+void Walker::flush() {
+    if (unflushedVisits_ == 0) return;
+    walk_.addVisits(unflushedVisits_, unflushedBytes_);
+    unflushedVisits_ = 0;
+    unflushedBytes_ = 0;
+    walk_.keepPace();
+}
+
+ScanStats Walk::run(const struct stat& rootStatus) {
+    // The calling thread walks whether or not a share is left; holding one when it can keeps
+    // other walks from starting threads for the processor it uses.
+    const std::optional<ThreadBudget::Share> own = budget_.tryTake();
+    Walker caller(*this, true);
+    const std::int64_t rootBytes = allocatedBytes(rootStatus);
+    caller.countRoot(rootBytes);
+    OwnedFd fd(::open(root_.c_str(), kFolderFlags));
+    if (!fd.valid()) {
+        // Entered but not listable: it keeps its own size.
+        store_.record(rootBytes, root_);
+        caller.countUnreadableRoot();
+        caller.report();
+        counts_.bytes = rootBytes;
+        return counts_;
+    }
+    rootFd_ = OwnedFd(::fcntl(fd.get(), F_DUPFD_CLOEXEC, 0));
+    rootFolder_ = std::make_shared<WalkFolder>(nullptr, std::string(), 0, rootStatus.st_dev,
+                                               rootStatus.st_ino, rootBytes);
+    caller.start(Frame{rootFolder_, FolderStream(std::move(fd))});
+    caller.run();
+    helpers_.clear();  // joins them; each has added its visits and counts
+    // Every visit is in the count now: the polls the threads' visits still owe are made here,
+    // so the number of progress reports depends on the tree alone.
+    poll();
+
+    links_.settle();
+    for (const std::shared_ptr<WalkFolder>& folder : heldBack_) {
+        store_.record(folder->total.load(std::memory_order_relaxed) + folder->linkedBytes,
+                      folder->path(root_));
+    }
+    if (finished_.load(std::memory_order_relaxed))
+        counts_.bytes = rootTotal_ + rootFolder_->linkedBytes;
+    // Children were held back before their parents: releasing in that order never leaves a
+    // folder as the last holder of a long chain.
+    for (std::shared_ptr<WalkFolder>& folder : heldBack_) folder.reset();
+    return counts_;
+}
+
+void Walk::poll() {
+    while (!stopping_.load(std::memory_order_relaxed) && pollDue()) {
+        polls_.fetch_add(1, std::memory_order_relaxed);
+        if (shouldCancel_ && shouldCancel_()) {
+            stop();
+            return;
+        }
+        if (progress_) progress_(countedBytes_.load(std::memory_order_relaxed));
+        { const std::lock_guard guard(mutex_); }
+        wake_.notify_all();  // threads held back by keepPace() may go on
+        addHelpers();
+    }
+}
+
+void Walk::addHelpers() {
+    helpersTried_ = true;
+    if (finished_.load(std::memory_order_relaxed) || stopping_.load(std::memory_order_relaxed)) {
+        return;
+    }
+    while (static_cast<int>(helpers_.size()) + 1 < wantedThreads_) {
+        std::optional<ThreadBudget::Share> share = budget_.tryTake();
+        if (!share) return;
+        try {
+            helpers_.push_back(Helper{std::move(*share), std::jthread([this] {
+                                          Walker helper(*this, false);
+                                          helper.run();
+                                      })});
+        } catch (const std::system_error&) {
+            return;  // no thread to be had: the threads already walking finish the job
+        }
+    }
+}
+
+void Walk::stop() {
+    stopping_.store(true, std::memory_order_relaxed);
+    { const std::lock_guard guard(mutex_); }
+    wake_.notify_all();
+}
+
+void Walk::finishFolder(std::shared_ptr<WalkFolder> folder) {
+    for (;;) {
+        const std::int64_t total = folder->total.load(std::memory_order_relaxed);
+        const bool holdsLinks = folder->holdsLinks.load(std::memory_order_relaxed);
+        if (holdsLinks) {
+            const std::lock_guard guard(mutex_);
+            heldBack_.push_back(folder);
+        } else {
+            store_.record(total, folder->path(root_));
+        }
+        std::shared_ptr<WalkFolder> up = folder->parent;
+        if (!up) {
+            {
+                const std::lock_guard guard(mutex_);
+                finished_.store(true, std::memory_order_relaxed);
+                rootTotal_ = total;
+            }
+            wake_.notify_all();
+            return;
+        }
+        up->total.fetch_add(total, std::memory_order_relaxed);
+        if (holdsLinks) up->holdsLinks.store(true, std::memory_order_relaxed);
+        folder.reset();
+        if (up->pending.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+        folder = std::move(up);
+    }
+}
+
+void Walk::addVisits(std::int64_t visits, std::int64_t bytes) {
+    countedBytes_.fetch_add(bytes, std::memory_order_relaxed);
+    const std::int64_t before = visits_.fetch_add(visits, std::memory_order_relaxed);
+    if ((before + visits) / Scanner::kPollInterval == before / Scanner::kPollInterval) return;
+    // A poll is due: the calling thread may be waiting for work and must wake to make it.
+    { const std::lock_guard guard(mutex_); }
+    wake_.notify_all();
+}
+
+// The extra threads never run more than half a poll interval ahead of a poll the calling
+// thread still owes (it may be busy in a slow call, or not scheduled): a cancellation seen at
+// that poll then stops the whole walk within the interval.
+void Walk::keepPace() {
+    const auto behind = [this] {
+        return visits_.load(std::memory_order_relaxed) >=
+               (polls_.load(std::memory_order_relaxed) + 1) * Scanner::kPollInterval +
+                   Scanner::kPollInterval / 2;
+    };
+    if (!behind()) return;
+    std::unique_lock lock(mutex_);
+    wake_.wait(lock, [&] {
+        return !behind() || stopping_.load(std::memory_order_relaxed) ||
+               finished_.load(std::memory_order_relaxed);
+    });
+}
+
+OwnedFd Walk::findFromRoot(const WalkFolder& target) const {
+    std::vector<const WalkFolder*> chain;
+    for (const WalkFolder* f = &target; f->parent; f = f->parent.get()) chain.push_back(f);
+    OwnedFd fd(rootFd_.valid() ? ::openat(rootFd_.get(), ".", kFolderFlags) : -1);
+    for (auto it = chain.rbegin(); fd.valid() && it != chain.rend(); ++it) {
+        OwnedFd next(::openat(fd.get(), (*it)->name.c_str(), kFolderFlags | O_NOFOLLOW));
+        if (next.valid() && !sameFolder(next.get(), **it)) next.reset();
+        fd = std::move(next);
+    }
+    return fd;
+}
+
+bool Walk::offer(Frame& frame) {
+    {
+        const std::lock_guard guard(mutex_);
+        if (wanting_.load(std::memory_order_relaxed) == 0) return false;
+        wanting_.fetch_sub(1, std::memory_order_relaxed);
+        offered_.push_back(std::move(frame));
+    }
+    wake_.notify_all();
+    return true;
+}
+
+std::optional<Frame> Walk::take(bool caller) {
+    std::unique_lock lock(mutex_);
+    // Counted as wanting until it leaves: a thread that takes work offered to another keeps
+    // that other one's want counted, so it gets the next offer.
+    wanting_.fetch_add(1, std::memory_order_relaxed);
+    for (;;) {
+        if (!offered_.empty()) {
+            Frame frame = std::move(offered_.front());
+            offered_.pop_front();
+            return frame;
+        }
+        if (finished_.load(std::memory_order_relaxed) ||
+            stopping_.load(std::memory_order_relaxed)) {
+            wanting_.fetch_sub(1, std::memory_order_relaxed);
+            return std::nullopt;
+        }
+        if (caller && pollDue()) {
+            lock.unlock();
+            poll();
+            lock.lock();
+            continue;
+        }
+        wake_.wait(lock);
+    }
+}
+
+void Walk::merge(const ScanStats& counts) {
+    const std::lock_guard guard(mutex_);
+    counts_.files += counts.files;
+    counts_.dirs += counts.dirs;
+    counts_.unreadable += counts.unreadable;
+}
+
+}  // namespace
+
+ScanStats walkFolderTree(const std::string& root, const struct stat& rootStatus, SizeStore& store,
+                         const Scanner::Progress& progress, const Scanner::CancelTest& shouldCancel,
+                         const ScanOptions& options) {
+    return Walk(root, rootStatus, store, progress, shouldCancel, options).run(rootStatus);
+}
+
+}  // namespace kelvane

@@ -1,0 +1,66 @@
+#include "scan/walk_folder.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace kelvane {
+
+WalkFolder::WalkFolder(std::shared_ptr<WalkFolder> parentFolder, std::string folderName,
+                       std::uint32_t placeInParent, dev_t device, ino_t inode,
+                       std::int64_t ownBytes)
+    : parent(std::move(parentFolder)),
+      name(std::move(folderName)),
+      index(placeInParent),
+      depth(parent ? parent->depth + 1 : 0),
+      dev(device),
+      ino(inode),
+      total(ownBytes) {}
+
+WalkFolder::~WalkFolder() {
+    // Letting shared_ptr release the parent would destroy the whole chain recursively, one stack
+    // frame per level. Whenever this is the last holder of a folder above, take over its parent
+    // link first, so each folder dies with nothing left to release.
+    std::shared_ptr<WalkFolder> up = std::move(parent);
+    while (up && up.use_count() == 1) up = std::move(up->parent);
+}
+
+std::string WalkFolder::path(const std::string& root) const {
+    if (!parent) return root;
+    std::vector<const WalkFolder*> chain;
+    std::size_t length = 0;
+    for (const WalkFolder* f = this; f->parent; f = f->parent.get()) {
+        chain.push_back(f);
+        length += f->name.size() + 1;
+    }
+    const std::size_t base = !root.empty() && root.back() == '/' ? root.size() - 1 : root.size();
+    std::string out;
+    out.reserve(base + length);
+    out.append(root, 0, base);
+    for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
+        out.push_back('/');
+        out.append((*it)->name);
+    }
+    return out;
+}
+
+bool WalkFolder::isSelfOrAbove(dev_t device, ino_t inode) const {
+    for (const WalkFolder* f = this; f != nullptr; f = f->parent.get()) {
+        if (f->ino == inode && f->dev == device) return true;
+    }
+    return false;
+}
+
+bool walksBefore(const WalkFolder& a, std::uint32_t indexA, const WalkFolder& b,
+                 std::uint32_t indexB) {
+    // Each item's place is the list of indexes from the root down to it; the walk meets items
+    // in the lexicographic order of those lists.
+    const auto places = [](const WalkFolder& folder, std::uint32_t last) {
+        std::vector<std::uint32_t> out{last};
+        for (const WalkFolder* f = &folder; f->parent; f = f->parent.get()) out.push_back(f->index);
+        std::reverse(out.begin(), out.end());
+        return out;
+    };
+    return places(a, indexA) < places(b, indexB);
+}
+
+}  // namespace kelvane
