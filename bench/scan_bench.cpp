@@ -1,12 +1,18 @@
-// kelvane-scan-bench [--rounds N] [--extras] ROOT
+// kelvane-scan-bench [--rounds N] [--threads N] [--cold] [--extras] ROOT
 //
 // Walks ROOT with Scanner::scan into a fresh SizeStore and with `du -sB1 --one-file-system`,
-// alternating, after one warm-up of each, and prints medians as key=value lines. With --extras it
-// also times SizeStore::removeSubtree on a large store and EntryLister::list on a large folder.
+// alternating, after one warm-up of each, and prints medians as key=value lines. Each round
+// pairs one walk with one run of du, so the ratios compare runs made under the same load:
+// `ratio_1thread` for the walker on one thread, `ratio` for it on --threads threads (default:
+// as many as the scanner would use). With --cold the page cache is dropped before every
+// measured walk of either side (only as root) and `ratio_cold` compares those. `peak_rss_mb` is
+// the bench process's own peak (du runs in a child of its own). With --extras it also times
+// SizeStore::removeSubtree on a large store and EntryLister::list on a large folder.
 
 #include <fcntl.h>
 #include <malloc.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -26,6 +32,7 @@
 #include "scan/entry_lister.h"
 #include "scan/scanner.h"
 #include "scan/size_store.h"
+#include "scan/thread_budget.h"
 
 extern char** environ;
 
@@ -114,11 +121,12 @@ struct WalkResult {
     double seconds = 0;
 };
 
-WalkResult walk(const std::string& root) {
+WalkResult walk(const std::string& root, int threads) {
     WalkResult result;
     const std::size_t heapBefore = ::mallinfo2().uordblks;
     SizeStore store;
-    result.seconds = secondsOf([&] { result.stats = Scanner::scan(root, store); });
+    const ScanOptions options{threads, nullptr, 0};
+    result.seconds = secondsOf([&] { result.stats = Scanner::scan(root, store, {}, {}, options); });
     // The walk's own state is gone by now; what the heap grew by is the store.
     result.storeHeapBytes = ::mallinfo2().uordblks - heapBefore;
     result.storeEntries = store.count();
@@ -181,14 +189,34 @@ void benchList() {
     if (::rmdir(folder.c_str()) != 0) std::fprintf(stderr, "rmdir: %s\n", std::strerror(errno));
 }
 
+// Writes back dirty pages and empties the page cache, dentries and inodes, so the next walk
+// reads everything from the disk. False when that is not allowed (not root).
+bool dropCaches() {
+    ::sync();
+    const UniqueFd control(::open("/proc/sys/vm/drop_caches", O_WRONLY | O_CLOEXEC));
+    return control.get() >= 0 && ::write(control.get(), "3", 1) == 1;
+}
+
+double peakRssMegabytes() {
+    struct rusage usage {};
+    if (::getrusage(RUSAGE_SELF, &usage) != 0) return -1;
+    return static_cast<double>(usage.ru_maxrss) / 1024.0;  // ru_maxrss is in KiB on Linux
+}
+
 int run(int argc, char** argv) {
     int rounds = 3;
+    int threads = ThreadBudget::process().size();
+    bool cold = false;
     bool extras = false;
     std::string root;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         if (arg == "--rounds" && i + 1 < argc) {
             rounds = std::max(1, std::atoi(argv[++i]));
+        } else if (arg == "--threads" && i + 1 < argc) {
+            threads = std::max(1, std::atoi(argv[++i]));
+        } else if (arg == "--cold") {
+            cold = true;
         } else if (arg == "--extras") {
             extras = true;
         } else {
@@ -196,22 +224,51 @@ int run(int argc, char** argv) {
         }
     }
     if (root.empty()) {
-        std::fprintf(stderr, "usage: kelvane-scan-bench [--rounds N] [--extras] ROOT\n");
+        std::fprintf(stderr,
+                     "usage: kelvane-scan-bench [--rounds N] [--threads N] [--cold] [--extras] "
+                     "ROOT\n");
         return 2;
     }
 
-    (void)walk(root);  // warm-up of both, so neither pays for a cold cache
+    (void)walk(root, threads);  // warm-up of both, so neither pays for a cold cache
     (void)duBytes(root);
     std::vector<WalkResult> walks;
     std::vector<std::int64_t> duTotals;
     std::vector<double> duSeconds;
     std::vector<double> ratios;
-    for (int i = 0; i < rounds; ++i) {
-        walks.push_back(walk(root));
+    std::vector<double> oneThreadSeconds;
+    std::vector<double> oneThreadRatios;
+    const auto timedDu = [&] {
         std::optional<std::int64_t> du;
-        duSeconds.push_back(secondsOf([&] { du = duBytes(root); }));
+        const double seconds = secondsOf([&] { du = duBytes(root); });
         duTotals.push_back(du.value_or(-1));
+        return seconds;
+    };
+    for (int i = 0; i < rounds; ++i) {
+        const WalkResult single = walk(root, 1);
+        oneThreadSeconds.push_back(single.seconds);
+        oneThreadRatios.push_back(single.seconds / timedDu());
+        walks.push_back(walk(root, threads));
+        duSeconds.push_back(timedDu());
         ratios.push_back(walks.back().seconds / duSeconds.back());
+    }
+    std::vector<double> coldSeconds;
+    std::vector<double> coldDuSeconds;
+    std::vector<double> coldRatios;
+    if (cold && ::geteuid() != 0) {
+        std::fprintf(stderr, "--cold needs root to drop the page cache; cold runs skipped\n");
+        cold = false;
+    }
+    for (int i = 0; cold && i < rounds; ++i) {
+        if (!dropCaches()) {
+            std::fprintf(stderr, "could not drop the page cache; cold runs skipped\n");
+            cold = false;
+            break;
+        }
+        coldSeconds.push_back(walk(root, threads).seconds);
+        (void)dropCaches();
+        coldDuSeconds.push_back(timedDu());
+        coldRatios.push_back(coldSeconds.back() / coldDuSeconds.back());
     }
 
     const auto field = [&](auto member) {
@@ -223,6 +280,7 @@ int run(int argc, char** argv) {
     const std::int64_t heap = field([](const WalkResult& w) { return w.storeHeapBytes; });
     std::printf("root=%s\n", root.c_str());
     std::printf("rounds=%d\n", rounds);
+    std::printf("threads=%d\n", threads);
     std::printf("scanner_bytes=%lld\n",
                 static_cast<long long>(field([](const WalkResult& w) { return w.stats.bytes; })));
     std::printf("du_bytes=%lld\n", static_cast<long long>(median(duTotals)));
@@ -242,6 +300,14 @@ int run(int argc, char** argv) {
     std::printf("scanner_seconds=%.3f\n", median(scannerSeconds));
     std::printf("du_seconds=%.3f\n", median(duSeconds));
     std::printf("ratio=%.3f\n", median(ratios));
+    std::printf("scanner_seconds_1thread=%.3f\n", median(oneThreadSeconds));
+    std::printf("ratio_1thread=%.3f\n", median(oneThreadRatios));
+    if (cold) {
+        std::printf("scanner_seconds_cold=%.3f\n", median(coldSeconds));
+        std::printf("du_seconds_cold=%.3f\n", median(coldDuSeconds));
+        std::printf("ratio_cold=%.3f\n", median(coldRatios));
+    }
+    std::printf("peak_rss_mb=%.1f\n", peakRssMegabytes());
     if (extras) {
         benchRemoveSubtree();
         benchList();
