@@ -24,10 +24,14 @@ struct UnitStep {
 // Fraction digits grow with the unit, as a file-size column reads best.
 constexpr std::array<UnitStep, 5> kSteps{{{1, 0}, {1e3, 0}, {1e6, 1}, {1e9, 2}, {1e12, 2}}};
 
+icu::Locale displayLocale() {
+    return icu::Locale(formattingLocale(icu::Locale::getDefault().getName()).c_str());
+}
+
 class ByteFormatter {
   public:
     ByteFormatter() {
-        const icu::Locale locale = icu::Locale::getDefault();
+        const icu::Locale locale = displayLocale();
         const std::array<icu::MeasureUnit, 5> units{
             icu::MeasureUnit::getByte(), icu::MeasureUnit::getKilobyte(),
             icu::MeasureUnit::getMegabyte(), icu::MeasureUnit::getGigabyte(),
@@ -71,7 +75,7 @@ class DateFormatter {
   public:
     DateFormatter()
         : format_(icu::DateFormat::createDateTimeInstance(
-              icu::DateFormat::kMedium, icu::DateFormat::kShort, icu::Locale::getDefault())) {}
+              icu::DateFormat::kMedium, icu::DateFormat::kShort, displayLocale())) {}
 
     std::string format(Date when) const {
         if (!format_) return {};
@@ -92,6 +96,14 @@ class DateFormatter {
 };
 
 }  // namespace
+
+std::string formattingLocale(std::string_view processLocale) {
+    // ICU names the C/POSIX locale "en_US_POSIX", and leaves the root locale
+    // nameless.
+    if (processLocale == "en_US_POSIX" || processLocale.empty() || processLocale == "root")
+        return "ja";
+    return std::string(processLocale);
+}
 
 std::string bytes(std::int64_t count) {
     static const ByteFormatter formatter;  // thread-safe one-time construction

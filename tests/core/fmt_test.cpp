@@ -2,7 +2,9 @@
 
 #include <unicode/locid.h>
 
+#include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "core/fmt.h"
@@ -10,14 +12,23 @@
 using namespace kelvane;
 
 // The formatters take the process's default locale once; the test program
-// pins it to Japanese before the first use so the figures are predictable.
+// pins it to the C locale (as LANG=C gives it) before the first use, so the
+// figures are predictable and show that C still writes Japanese.
 class FmtTest : public ::testing::Test {
   protected:
     static void SetUpTestSuite() {
         UErrorCode status = U_ZERO_ERROR;
-        icu::Locale::setDefault(icu::Locale("ja_JP"), status);
+        icu::Locale::setDefault(icu::Locale("en_US_POSIX"), status);
     }
 };
+
+TEST_F(FmtTest, TheCLocaleWritesJapaneseAChosenLocaleItself) {
+    const std::pair<std::string_view, std::string_view> cases[] = {
+        {"en_US_POSIX", "ja"}, {"", "ja"}, {"en_US", "en_US"}, {"de_DE", "de_DE"},
+        {"ja_JP", "ja_JP"}};
+    for (const auto& [process, written] : cases)
+        EXPECT_EQ(Fmt::formattingLocale(process), written) << process;
+}
 
 TEST_F(FmtTest, BytesUseDecimalUnitsAndANumericZero) {
     EXPECT_EQ(Fmt::bytes(0), "0 バイト");
