@@ -9,6 +9,8 @@ packages=(
   g++ cmake ninja-build pkg-config
   # libraries
   qt6-base-dev libqt6svg6 libicu-dev nlohmann-json3-dev
+  # Qt's own texts in Japanese (the folder chooser, standard buttons)
+  qt6-translations-l10n
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev
   # headless runs, fonts and icons for Japanese text and the catalog symbols

@@ -3,8 +3,14 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDesktopServices>
+#include <QDir>
 #include <QFileDialog>
+#include <QFileSystemModel>
+#include <QHeaderView>
+#include <QIdentityProxyModel>
+#include <QLocale>
 #include <QSettings>
+#include <QTreeView>
 #include <QUrl>
 
 #include "core/path_text.h"
@@ -19,6 +25,30 @@ QUrl fileUrl(const std::string& path) {
                              QUrl::toPercentEncoding(QByteArray::fromStdString(path), "/"));
 }
 
+// The rows of Qt's folder chooser as the rest of the window writes them:
+// Qt's file model writes the date in the system locale (English under the C
+// locale) and the type "Folder" untranslated.
+class ChooserRows : public QIdentityProxyModel {
+  public:
+    using QIdentityProxyModel::QIdentityProxyModel;
+
+    QVariant data(const QModelIndex& index, int role) const override {
+        const auto* files = qobject_cast<const QFileSystemModel*>(sourceModel());
+        if (role == Qt::DisplayRole && files != nullptr) {
+            const QModelIndex source = mapToSource(index);
+            if (index.column() == kTypeColumn && files->isDir(source))
+                return QStringLiteral("フォルダ");
+            if (index.column() == kDateColumn)
+                return QLocale().toString(files->lastModified(source), QLocale::ShortFormat);
+        }
+        return QIdentityProxyModel::data(index, role);
+    }
+
+    // QFileSystemModel's columns: name, size, type, date.
+    static constexpr int kTypeColumn = 2;
+    static constexpr int kDateColumn = 3;
+};
+
 }  // namespace
 
 std::optional<std::string> DesktopServices::chooseFolder() {
@@ -28,6 +58,16 @@ std::optional<std::string> DesktopServices::chooseFolder() {
     dialog.setFilter(QDir::AllDirs | QDir::Hidden | QDir::NoDotAndDotDot);
     dialog.setLabelText(QFileDialog::Accept, QStringLiteral("調べる"));
     dialog.setLabelText(QFileDialog::LookIn, QStringLiteral("サイズを調べたいフォルダを選択"));
+    dialog.setProxyModel(new ChooserRows(&dialog));
+    dialog.resize(760, 480);
+    // Qt sizes the date column for the system locale's dates, which may be
+    // shorter than the ones shown.
+    if (auto* details = dialog.findChild<QTreeView*>()) {
+        details->header()->setSectionResizeMode(ChooserRows::kDateColumn,
+                                                QHeaderView::ResizeToContents);
+    }
+    // The working folder means nothing to someone who started the app from a menu.
+    dialog.setDirectory(QDir::home());
     if (dialog.exec() != QDialog::Accepted) return std::nullopt;
     const QStringList chosen = dialog.selectedFiles();
     if (chosen.isEmpty()) return std::nullopt;

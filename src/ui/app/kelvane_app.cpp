@@ -1,6 +1,9 @@
 #include "ui/app/kelvane_app.h"
 
 #include <QApplication>
+#include <QLibraryInfo>
+#include <QLocale>
+#include <QTranslator>
 
 #include "model/app_model.h"
 #include "ui/app/desktop_services.h"
@@ -19,6 +22,21 @@ void KelvaneApp::configureApplication() {
     QApplication::setDesktopFileName(QStringLiteral("io.kelvane.Kelvane"));
     qRegisterMetaType<ModelChange>();
     SymbolIcons::installTheme();
+    speakJapanese();
+}
+
+void KelvaneApp::speakJapanese() {
+    // The interface is Japanese whatever the session's language, so Qt's own
+    // texts (the folder chooser, context menus, standard buttons) are too.
+    const QLocale japanese(QLocale::Japanese, QLocale::Japan);
+    auto* translator = new QTranslator(QCoreApplication::instance());
+    if (translator->load(japanese, QStringLiteral("qtbase"), QStringLiteral("_"),
+                         QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+        QCoreApplication::installTranslator(translator);
+    }
+    // Without a language of the user's (the C locale), Qt's figures and dates
+    // follow the interface, as Fmt's do; a chosen locale is kept.
+    if (QLocale::system().language() == QLocale::C) QLocale::setDefault(japanese);
 }
 
 KelvaneApp::KelvaneApp(std::shared_ptr<Services> services,

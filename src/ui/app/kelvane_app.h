@@ -29,11 +29,13 @@ class KelvaneApp : public QObject {
     ModelBridge& bridge() const { return *bridge_; }
     MainWindow& window() const { return *window_; }
 
-    // Application name, organisation and the icon theme; call once after the
-    // QApplication exists.
+    // Application name, organisation, the icon theme and Qt's Japanese
+    // texts; call once after the QApplication exists.
     static void configureApplication();
 
   private:
+    static void speakJapanese();
+
     std::shared_ptr<QtMainQueue> queue_;
     std::shared_ptr<Services> services_;
     std::unique_ptr<ModelBridge> bridge_;

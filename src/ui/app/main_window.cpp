@@ -38,7 +38,7 @@ MainWindow::MainWindow(ModelBridge& bridge, QWidget* parent)
 
     auto* rescanAll = toolbar_->addAction(SymbolIcons::icon("arrow.clockwise"),
                                           QStringLiteral("すべて再スキャン"));
-    rescanAll->setToolTip(QStringLiteral("すべて再スキャン (⌘R)"));
+    rescanAll->setToolTip(QStringLiteral("すべて再スキャン (Ctrl+R)"));
     connect(rescanAll, &QAction::triggered, this, [this] { bridge_.model().scanAll(); });
     toolbar_->addSeparator();
 
