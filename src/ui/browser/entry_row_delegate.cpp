@@ -97,8 +97,9 @@ void EntryRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
         selected ? PaletteRoles::withOpacity(primary, 0.6) : PaletteRoles::tertiaryText();
 
     const Geometry g = geometry(option.rect);
-    painter->drawPixmap(
-        g.icon, FileIcon::pixmap(entry->path, entry->isDir, entry->isSymlink, entry->isPackage));
+    QPixmap icon = FileIcon::pixmap(entry->path, entry->isDir, entry->isSymlink, entry->isPackage);
+    if (selected) icon = SymbolIcons::recoloured(icon, primary);  // the highlight hides its colours
+    painter->drawPixmap(g.icon, icon);
 
     // Name, truncated in the middle so both the start and the extension stay.
     const QFont body = Typography::body();

@@ -5,8 +5,10 @@
 
 namespace kelvane {
 
-// The desktop's icon for an item, by kind (folder, link, package) and MIME
-// type, scaled to 18 × 18. Results are cached per MIME type, so long lists
+// The desktop's icon for an item, by kind (folder, package) and MIME type,
+// scaled to 18 × 18. A file whose type its name does not tell gets the plain
+// page of a generic file; a link gets the theme's link emblem over the icon
+// of what it is named as. Results are cached per MIME type, so long lists
 // cost one lookup per kind of file rather than one per row.
 namespace FileIcon {
 

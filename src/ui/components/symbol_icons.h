@@ -20,5 +20,12 @@ QIcon icon(const std::string& symbolName);
 // The symbol drawn in one colour (for risk tints and secondary styles).
 QPixmap tinted(const std::string& symbolName, const QColor& color, int size);
 
+// Any icon as a one-colour glyph: its darkest colour becomes `color`, and
+// detail the icon draws lighter than that is cut out, so a white "!" on an
+// orange triangle stays readable. Selected rows draw their icons this way, in
+// the selection's text colour, since the theme's coloured outlines vanish on
+// the highlight.
+QPixmap recoloured(const QPixmap& source, const QColor& color);
+
 }  // namespace SymbolIcons
 }  // namespace kelvane

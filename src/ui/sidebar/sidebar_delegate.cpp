@@ -60,6 +60,7 @@ void SidebarDelegate::paint(QPainter* painter, const QStyleOptionViewItem& optio
     const QVariant decoration = index.data(Qt::DecorationRole);
     QPixmap symbol = decoration.canConvert<QPixmap>() ? decoration.value<QPixmap>()
                                                       : decoration.value<QIcon>().pixmap(16, 16);
+    if (selected) symbol = SymbolIcons::recoloured(symbol, text);  // the highlight hides its tint
     if (!symbol.isNull()) {
         const QSize logical = symbol.deviceIndependentSize().toSize();
         painter->drawPixmap(iconBox.center().x() - logical.width() / 2,
