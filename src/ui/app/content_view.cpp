@@ -6,9 +6,11 @@
 #include <QSplitter>
 #include <QTimer>
 
+#include "ui/app/alert_box.h"
 #include "ui/app/busy_overlay.h"
 #include "ui/app/detail_router.h"
 #include "ui/app/model_bridge.h"
+#include "ui/components/display_text.h"
 #include "ui/sidebar/sidebar_view.h"
 
 namespace kelvane {
@@ -42,7 +44,7 @@ void ContentView::onChange(int field) {
             break;
         case ModelField::busyMessage:
             if (const auto& message = bridge_.model().busyMessage()) {
-                overlay_->showMessage(QString::fromStdString(*message));
+                overlay_->showMessage(DisplayText::fromBytes(*message));
             } else {
                 overlay_->hide();
             }
@@ -77,14 +79,9 @@ void ContentView::showNextDialog() {
 void ContentView::showConfirmation() {
     const PendingAction& action = *bridge_.model().pendingAction();
     shownAction_ = action.id;
-    auto* box = new QMessageBox(window());
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setIcon(QMessageBox::Warning);
-    box->setWindowTitle(QStringLiteral("Kelvane"));
-    box->setText(QString::fromStdString(action.title));
-    box->setInformativeText(QString::fromStdString(action.message));
-    box->setTextFormat(Qt::PlainText);
-    QPushButton* destructive = box->addButton(QString::fromStdString(action.destructiveLabel),
+    QMessageBox* box =
+        AlertBox::create(window(), QMessageBox::Warning, action.title, action.message);
+    QPushButton* destructive = box->addButton(DisplayText::fromBytes(action.destructiveLabel),
                                               QMessageBox::DestructiveRole);
     QPushButton* cancel = box->addButton(QStringLiteral("キャンセル"), QMessageBox::RejectRole);
     // Return and Escape both land on "キャンセル": deleting is never one keystroke away.
@@ -113,13 +110,9 @@ void ContentView::showConfirmation() {
 }
 
 void ContentView::showNotice() {
-    auto* box = new QMessageBox(window());
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setIcon(QMessageBox::Information);
-    box->setWindowTitle(QStringLiteral("Kelvane"));
-    box->setText(QStringLiteral("Kelvane"));
-    box->setInformativeText(QString::fromStdString(*bridge_.model().notice()));
-    box->setTextFormat(Qt::PlainText);
+    const std::string& notice = *bridge_.model().notice();
+    QMessageBox* box =
+        AlertBox::create(window(), AlertBox::noticeIcon(notice), "Kelvane", notice);
     box->addButton(QStringLiteral("OK"), QMessageBox::AcceptRole);
     dialog_ = box;
     connect(box, &QMessageBox::finished, this, [this] {

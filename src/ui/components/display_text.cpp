@@ -14,6 +14,22 @@ std::size_t sequenceLength(std::string_view s, std::size_t at) {
     return n > 0 ? static_cast<std::size_t>(n) : 0;
 }
 
+// Whether a size unit as Fmt writes it starts at `at`: letters of an
+// alphabet ("KB", "bytes", "МБ"), or "バイト". Japanese text after a number
+// ("3 項目を", "17.2 を") is left alone; it breaks like the rest of the line.
+bool startsUnit(const QString& text, qsizetype at) {
+    const QChar c = text[at];
+    if (!c.isLetter()) return false;
+    switch (c.script()) {
+        case QChar::Script_Han:
+        case QChar::Script_Hiragana:
+        case QChar::Script_Katakana:
+            return QStringView(text).sliced(at).startsWith(u"バイト");
+        default:
+            return true;
+    }
+}
+
 }  // namespace
 
 QString fromBytes(std::string_view bytes) {
@@ -39,6 +55,15 @@ QString fromBytes(std::string_view bytes) {
             text += QString::fromUtf8(bytes.data() + at, static_cast<qsizetype>(length));
             at += length;
         }
+    }
+    return text;
+}
+
+QString sentence(std::string_view bytes) {
+    QString text = fromBytes(bytes);
+    for (qsizetype i = 1; i + 1 < text.size(); ++i) {
+        if (text[i] == QLatin1Char(' ') && text[i - 1].isDigit() && startsUnit(text, i + 1))
+            text[i] = QChar::Nbsp;
     }
     return text;
 }

@@ -14,5 +14,10 @@ namespace DisplayText {
 
 QString fromBytes(std::string_view bytes);
 
+// The same, for sentences that wrap (dialogs, notices): a size also stays on
+// one line with its unit ("2 MB", "999 バイト"), the space between them
+// becoming a no-break space. Only the shown text changes, never the model's.
+QString sentence(std::string_view bytes);
+
 }  // namespace DisplayText
 }  // namespace kelvane

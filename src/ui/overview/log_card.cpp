@@ -7,6 +7,7 @@
 
 #include "core/fmt.h"
 #include "ui/app/model_bridge.h"
+#include "ui/components/display_text.h"
 #include "ui/components/palette_roles.h"
 #include "ui/components/styled_label.h"
 
@@ -53,7 +54,7 @@ void LogCard::refresh() {
         date->setFixedWidth(130);
         row->addWidget(date, 0, Qt::AlignTop);
         auto* message = StyledLabel::make(
-            QString::fromStdString(entry.message), Typography::caption(),
+            DisplayText::sentence(entry.message), Typography::caption(),
             entry.isError ? PaletteRoles::red() : PaletteRoles::primaryText(), line);
         message->setWordWrap(true);
         message->setTextInteractionFlags(Qt::TextSelectableByMouse);
