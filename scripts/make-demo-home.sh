@@ -12,26 +12,41 @@
 #
 # --big adds one cache folder of 100,000 small files, for benchmarks.
 #
+# --owner USER (as root) hands the home to USER, except one cache folder that
+# stays root's: USER can read it but deleting it needs the administrator. Run
+# as USER, the app then also finds ~/Library/Safari unreadable and shows its
+# full-disk-access banner (root reads everything, so it never does).
+#
 # A folder made by this script carries a marker file and is rebuilt from
 # scratch on the next run; any other non-empty folder is refused.
 set -euo pipefail
 
 usage() {
-  echo "usage: $0 [--big] FOLDER" >&2
+  echo "usage: $0 [--big] [--owner USER] FOLDER" >&2
   exit 2
 }
 
 big=0
 folder=""
-for arg in "$@"; do
-  case "$arg" in
+owner=""
+while (($#)); do
+  case "$1" in
     --big) big=1 ;;
+    --owner) [[ $# -ge 2 ]] || usage; owner="$2"; shift ;;
     -h | --help) usage ;;
     -*) usage ;;
-    *) [[ -z "$folder" ]] || usage; folder="$arg" ;;
+    *) [[ -z "$folder" ]] || usage; folder="$1" ;;
   esac
+  shift
 done
 [[ -n "$folder" ]] || usage
+if [[ -n "$owner" ]]; then
+  if [[ "$(id -u)" -ne 0 ]]; then
+    echo "$0: --owner needs root" >&2
+    exit 1
+  fi
+  id "$owner" >/dev/null 2>&1 || { echo "$0: no user $owner" >&2; exit 1; }
+fi
 
 marker=".kelvane-demo-home"
 if [[ -e "$folder" && ! -d "$folder" ]]; then
@@ -172,6 +187,8 @@ blob "$C/com.example.legacy/"$'\xff\xfe'"-cache.bin" $((300 * KB))
 blob "$C/com.example.legacy/caf"$'\xe9'".dat" $((120 * KB))
 # Unreadable: mode 000 with content (readable to root all the same).
 blob "$C/com.example.locked/secret.db" $((1 * MB))
+# Left to root by --owner: readable, but only the administrator may delete it.
+blob "$C/com.example.system-owned/shared.db" $((2 * MB)) "30 days"
 # Links: one to a folder, one to a file, one dangling, and a hard link (made
 # once the files exist, below).
 links() {
@@ -281,6 +298,16 @@ if ((big)); then
   done
 fi
 
-# Last, so nothing above needs to enter it.
-chmod 000 "$home/$C/com.example.locked"
+# The place the full-disk-access probe reads; unreadable like a protected
+# folder is to an app without that access.
+mkdir -p "$home/Library/Safari"
+printf 'demo\n' >"$home/Library/Safari/History.db"
+
+if [[ -n "$owner" ]]; then
+  chown -R "$owner:" "$home"
+  chown -R root:root "$home/$C/com.example.system-owned"
+fi
+
+# Last, so nothing above needs to enter them.
+chmod 000 "$home/$C/com.example.locked" "$home/Library/Safari"
 echo "demo home ready: $home ($(du -sh --apparent-size "$home" 2>/dev/null | cut -f1) apparent)"

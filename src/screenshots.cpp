@@ -1,27 +1,34 @@
 // Renders every screen of the window to PNG files for a human look, headless
 // (QT_QPA_PLATFORM=offscreen unless a platform was chosen). Run it with HOME
-// pointing at a demo home (scripts/make-demo-home.sh) for realistic figures.
-// Usage: kelvane-screenshots OUTPUT_FOLDER [CATEGORY_ID…]
+// pointing at a demo home (scripts/make-demo-home.sh) for realistic figures;
+// over a demo home it also renders the dialogs, and run as the user a demo
+// home made with --owner belongs to, the full-disk-access banner and the
+// administrator's confirmation too.
+// Usage: kelvane-screenshots OUTPUT_FOLDER [--dark] [CATEGORY_ID…]
+#include <QAbstractButton>
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFileDialog>
+#include <QMessageBox>
+#include <QPainter>
 #include <QPalette>
 #include <QPixmap>
 #include <QStyle>
 #include <QThread>
 #include <QTimer>
+#include <unistd.h>
+
 #include <cstdio>
+#include <filesystem>
+#include <set>
 
 #include "model/app_model.h"
 #include "model/tasks.h"
+#include "ui/app/content_view.h"
 #include "ui/app/kelvane_app.h"
 #include "ui/app/main_window.h"
 #include "ui/components/symbol_icons.h"
-
-#include <QMessageBox>
-#include <QPainter>
-#include <filesystem>
-#include <set>
 
 namespace {
 
@@ -41,6 +48,37 @@ bool save(QWidget& window, const QString& file) {
     const bool ok = window.grab().save(file);
     std::printf("%s%s\n", qPrintable(file), ok ? "" : " (failed)");
     return ok;
+}
+
+// A dialog is a window of its own: drawn over the dimmed main window.
+bool saveWithDialog(QWidget& window, QWidget& dialog, const QString& file) {
+    QPixmap shot = window.grab();
+    const QPixmap over = dialog.grab();
+    QPainter painter(&shot);
+    painter.fillRect(shot.rect(), QColor(0, 0, 0, 60));
+    painter.drawPixmap((shot.width() - over.width()) / 2, (shot.height() - over.height()) / 3,
+                       over);
+    painter.end();
+    const bool ok = shot.save(file);
+    std::printf("%s%s\n", qPrintable(file), ok ? "" : " (failed)");
+    return ok;
+}
+
+QMessageBox* alert(kelvane::KelvaneApp& app) {
+    return app.window().content()->openDialog();
+}
+
+// Presses the alert's button of `role` and lets the event loop run.
+void press(kelvane::KelvaneApp& app, QMessageBox::ButtonRole role) {
+    QMessageBox* box = alert(app);
+    if (box == nullptr) return;
+    for (QAbstractButton* button : box->buttons()) {
+        if (box->buttonRole(button) == role) {
+            button->click();
+            break;
+        }
+    }
+    runUntil([] { return false; }, 200);
 }
 
 // The folder browser of the category detail screen in the states worth a
@@ -78,26 +116,69 @@ bool saveDetailScenes(kelvane::KelvaneApp& app, const QString& out) {
     runUntil([] { return false; }, 200);
     ok = save(window, out + "/detail-selection.png") && ok;
 
-    // The dialog is a window of its own: draw it over the main window.
-    model.confirmDelete(std::vector<std::string>(chosen.begin(), chosen.end()), false);
-    runUntil([] { return false; }, 300);
-    if (auto* box = window.findChild<QMessageBox*>()) {
-        QPixmap shot = window.grab();
-        const QPixmap dialog = box->grab();
-        QPainter painter(&shot);
-        painter.fillRect(shot.rect(), QColor(0, 0, 0, 60));
-        painter.drawPixmap((shot.width() - dialog.width()) / 2,
-                           (shot.height() - dialog.height()) / 3, dialog);
-        painter.end();
-        const QString file = out + "/detail-confirmation.png";
-        ok = shot.save(file) && ok;
-        std::printf("%s\n", qPrintable(file));
-        box->reject();
-        runUntil([] { return false; }, 200);
+    // The two confirmations deleting the selection asks for.
+    const std::vector<std::string> selected(chosen.begin(), chosen.end());
+    for (const bool permanent : {false, true}) {
+        model.confirmDelete(selected, permanent);
+        runUntil([&] { return alert(app) != nullptr; }, 2000);
+        if (QMessageBox* box = alert(app)) {
+            ok = saveWithDialog(window, *box,
+                                out + (permanent ? "/confirm-permanent.png"
+                                                 : "/detail-confirmation.png")) &&
+                 ok;
+            press(app, QMessageBox::RejectRole);
+        }
     }
 
     open(caches + "/com.example.locked");
     ok = save(window, out + "/detail-unreadable.png") && ok;
+    return ok;
+}
+
+// What deleting reports: a notice of items that could not be deleted, the
+// administrator's confirmation (only for a user other than root, over a demo
+// home made with --owner), and the folder chooser. Deletes from the demo home.
+bool saveDialogScenes(kelvane::KelvaneApp& app, const QString& out) {
+    kelvane::AppModel& model = app.model();
+    QWidget& window = app.window();
+    const auto settle = [&] {
+        runUntil([&] { return alert(app) != nullptr && !model.busyMessage(); }, 20000);
+    };
+    bool ok = true;
+    const std::string legacy = model.home() + "/Library/Caches/com.example.legacy";
+    model.setSelectedID("user_caches");
+    model.setBrowserPath(legacy);
+    model.loadEntries();
+    // One item that is there and one that went away since it was listed.
+    model.confirmDelete({legacy + "/caf\xe9.dat", legacy + "/caf\xe9-gone.dat"}, true);
+    runUntil([&] { return alert(app) != nullptr; }, 2000);
+    press(app, QMessageBox::DestructiveRole);
+    settle();
+    if (QMessageBox* box = alert(app)) {
+        ok = saveWithDialog(window, *box, out + "/notice-failure.png") && ok;
+        press(app, QMessageBox::AcceptRole);
+    }
+
+    const std::string shared = model.home() + "/Library/Caches/com.example.system-owned";
+    if (std::filesystem::exists(shared) && ::access(shared.c_str(), W_OK) != 0) {
+        model.confirmDelete({shared + "/shared.db"}, true);
+        runUntil([&] { return alert(app) != nullptr; }, 2000);
+        press(app, QMessageBox::DestructiveRole);
+        settle();
+        if (QMessageBox* box = alert(app)) {
+            ok = saveWithDialog(window, *box, out + "/confirm-administrator.png") && ok;
+            press(app, QMessageBox::RejectRole);
+        }
+    }
+
+    // The chooser runs its own event loop: grab it from inside that loop.
+    QTimer::singleShot(1500, [&] {
+        if (auto* chooser = qobject_cast<QFileDialog*>(QApplication::activeModalWidget())) {
+            ok = saveWithDialog(window, *chooser, out + "/folder-chooser.png") && ok;
+            chooser->reject();
+        }
+    });
+    model.addCustomFolder();
     return ok;
 }
 
@@ -148,12 +229,16 @@ int main(int argc, char** argv) {
     }
     const bool defaultScenes = ids.isEmpty();
     if (dark) useDarkPalette();
+    // Besides the usual screens: several roots of one name ("Caches" of
+    // each container) and a category with nothing on this machine.
     if (ids.isEmpty())
         ids << "user_caches"
             << "derived_data"
             << "trash"
             << "snapshots"
-            << "sim_runtimes";
+            << "sim_runtimes"
+            << "container_caches"
+            << "system_caches";
 
     kelvane::KelvaneApp app;
     kelvane::MainWindow& window = app.window();
@@ -170,7 +255,9 @@ int main(int argc, char** argv) {
                  20000);
         ok = save(window, out + "/" + id + ".png") && ok;
     }
-    if (defaultScenes && std::filesystem::exists(app.model().home() + "/.kelvane-demo-home"))
+    if (defaultScenes && std::filesystem::exists(app.model().home() + "/.kelvane-demo-home")) {
         ok = saveDetailScenes(app, out) && ok;
+        ok = saveDialogScenes(app, out) && ok;
+    }
     return ok ? 0 : 1;
 }
