@@ -1,6 +1,5 @@
 #include "scan/walk_folder.h"
 
-#include <algorithm>
 #include <vector>
 
 namespace kelvane {
@@ -21,7 +20,12 @@ WalkFolder::~WalkFolder() {
     // frame per level. Whenever this is the last holder of a folder above, take over its parent
     // link first, so each folder dies with nothing left to release.
     std::shared_ptr<WalkFolder> up = std::move(parent);
-    while (up && up.use_count() == 1) up = std::move(up->parent);
+    while (up && up.use_count() == 1) {
+        // The count was dropped to one by another thread's release: this fence orders its last
+        // reads of that folder before the change made here.
+        std::atomic_thread_fence(std::memory_order_acquire);
+        up = std::move(up->parent);
+    }
 }
 
 std::string WalkFolder::path(const std::string& root) const {
@@ -52,15 +56,21 @@ bool WalkFolder::isSelfOrAbove(dev_t device, ino_t inode) const {
 
 bool walksBefore(const WalkFolder& a, std::uint32_t indexA, const WalkFolder& b,
                  std::uint32_t indexB) {
-    // Each item's place is the list of indexes from the root down to it; the walk meets items
-    // in the lexicographic order of those lists.
-    const auto places = [](const WalkFolder& folder, std::uint32_t last) {
-        std::vector<std::uint32_t> out{last};
-        for (const WalkFolder* f = &folder; f->parent; f = f->parent.get()) out.push_back(f->index);
-        std::reverse(out.begin(), out.end());
-        return out;
+    // The walk meets items in the order of their places, the lists of indexes from the root down:
+    // climb to the folder both items lie in, and the one below its earlier child comes first.
+    const WalkFolder* x = &a;
+    const WalkFolder* y = &b;
+    const auto up = [](const WalkFolder*& folder, std::uint32_t& index) {
+        index = folder->index;
+        folder = folder->parent.get();
     };
-    return places(a, indexA) < places(b, indexB);
+    while (x->depth > y->depth) up(x, indexA);
+    while (y->depth > x->depth) up(y, indexB);
+    while (x != y) {
+        up(x, indexA);
+        up(y, indexB);
+    }
+    return indexA < indexB;
 }
 
 }  // namespace kelvane
