@@ -2,19 +2,16 @@
 
 #include <gtest/gtest.h>
 
-#include <QAbstractItemModel>
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QTest>
 #include <QThread>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <memory>
 
 #include "../model/model_fixture.h"
 #include "core/catalog.h"
 #include "model/tasks.h"
+#include "ui/app/content_view.h"
+#include "ui/app/detail_router.h"
 #include "ui/app/kelvane_app.h"
 #include "ui/app/main_window.h"
 
@@ -80,8 +77,32 @@ class UiTest : public ::testing::Test {
         return true;
     }
 
-    void waitForScans() {
-        waitFor([this] { return model().scanTasks().empty() && runningTaskCount() == 0; });
+    // Runs the event loop until no scan, listing or tool run is under way.
+    // A listing cancelled by leaving its category never clears the loading
+    // flag, so that flag only counts while a folder category is open.
+    void settle() {
+        waitFor([this] {
+            const auto category = model().selectedCategory();
+            const bool listing =
+                category && category->kind == CategoryKind::folders && model().entriesLoading();
+            return model().scanTasks().empty() && runningTaskCount() == 0 && !listing &&
+                   !model().snapshotsLoading() && !model().runtimesLoading();
+        });
+    }
+
+    // The screen the detail area shows, when it is a `View`.
+    template <typename View>
+    View* screen() {
+        return qobject_cast<View*>(app->window().content()->router()->current());
+    }
+
+    // Selects `id` (a category or the overview) and waits for its screen to settle.
+    template <typename View>
+    View* open(const std::string& id) {
+        model().setSelectedID(id);
+        waitFor([this] { return screen<View>() != nullptr; });
+        settle();
+        return screen<View>();
     }
 
     std::string path(const std::string& relative) const { return home + "/" + relative; }

@@ -12,5 +12,7 @@ int main(int argc, char** argv) {
     ::testing::InitGoogleTest(&argc, argv);
     QApplication application(argc, argv);
     kelvane::KelvaneApp::configureApplication();
+    // Tests close the window ("終了") and go on with the next one.
+    QApplication::setQuitOnLastWindowClosed(false);
     return RUN_ALL_TESTS();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractButton>
+#include <QAction>
 #include <QLabel>
 #include <QWidget>
 
@@ -20,6 +21,13 @@ inline bool showsLabel(const QWidget* root, const QString& text) {
         if (label->text() == text && label->isVisibleTo(root->window())) return true;
     }
     return false;
+}
+
+// The texts of `actions` in order, a divider as "-".
+inline QStringList actionTexts(const QList<QAction*>& actions) {
+    QStringList texts;
+    for (const QAction* action : actions) texts << (action->isSeparator() ? "-" : action->text());
+    return texts;
 }
 
 }  // namespace kelvane::test

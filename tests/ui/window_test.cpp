@@ -1,253 +1,207 @@
-#include <QAction>
+#include <QContextMenuEvent>
 #include <QMenu>
-#include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QToolBar>
-#include <QToolButton>
 #include <QTimer>
+#include <QToolBar>
 #include <QTreeView>
 
 #include "core/fmt.h"
-
-#include "ui/app/content_view.h"
-#include "ui/app/detail_router.h"
+#include "ui/app/busy_overlay.h"
+#include "ui/components/size_bar.h"
+#include "ui/components/size_figure.h"
 #include "ui/sidebar/sidebar_footer.h"
 #include "ui/sidebar/sidebar_model.h"
 #include "ui/sidebar/sidebar_view.h"
-#include "ui/components/size_bar.h"
 #include "ui_fixture.h"
+#include "widget_find.h"
 
 namespace kelvane::test {
 namespace {
 
 using Status = CategoryState::Status;
 
-SidebarModel& sidebarModel(KelvaneApp& app) {
-    return *app.window().content()->sidebar()->itemModel();
+QString bytes(std::int64_t n) {
+    return QString::fromStdString(Fmt::bytes(n));
 }
 
-QModelIndex rowOf(KelvaneApp& app, const std::string& id) {
-    return sidebarModel(app).indexForSelection(id);
-}
-
-QString trailing(KelvaneApp& app, const std::string& id) {
-    return rowOf(app, id).data(SidebarModel::TrailingTextRole).toString();
-}
-
-TEST_F(UiTest, SidebarListsSectionsInOrderWithoutEmptyOnes) {
-    launch(std::nullopt, false);
-    const SidebarModel& m = sidebarModel(*app);
-    ASSERT_GE(m.rowCount(), 1);
-    EXPECT_EQ(m.index(0, 0).data().toString(), QStringLiteral("概要"));
-    QStringList headings;
-    for (int r = 1; r < m.rowCount(); ++r) headings << m.index(r, 0).data().toString();
-    EXPECT_EQ(headings, (QStringList{"キャッシュ", "ログ", "Xcode / シミュレータ", "開発ツール",
-                                     "アプリ / ユーザーデータ", "システム", "探索"}));
-    // Rows within a section keep the catalog's order.
-    const QModelIndex logs = m.index(2, 0);
-    ASSERT_EQ(m.rowCount(logs), 2);
-    EXPECT_EQ(m.index(0, 0, logs).data().toString(), QStringLiteral("ユーザーログ"));
-    EXPECT_EQ(m.index(1, 0, logs).data().toString(), QStringLiteral("システムログ"));
-
-    // A catalog without the "システム" group shows no empty heading for it.
-    std::vector<CleanCategory> rows = Catalog::build(home, home + "/t");
-    rows.erase(std::remove_if(rows.begin(), rows.end(),
-                              [](const CleanCategory& c) { return c.group == "システム"; }),
-               rows.end());
-    app.reset();
-    launch(rows, false);
-    QStringList shown;
-    for (int r = 1; r < sidebarModel(*app).rowCount(); ++r) {
-        shown << sidebarModel(*app).index(r, 0).data().toString();
+class WindowTest : public UiTest {
+  protected:
+    SidebarView& sidebar() { return *app->window().content()->sidebar(); }
+    QModelIndex rowOf(const std::string& id) {
+        return sidebar().itemModel()->indexForSelection(id);
     }
-    EXPECT_FALSE(shown.contains(QStringLiteral("システム")));
-    EXPECT_EQ(shown.size(), 6);
-}
+    QString trailing(const std::string& id) {
+        return rowOf(id).data(SidebarModel::TrailingTextRole).toString();
+    }
+    QString currentKey() { return app->window().content()->router()->currentKey(); }
 
-TEST_F(UiTest, RowsFollowTheScanFromDashToFinalSize) {
+    // Right-clicks the row of `id` as the window system does (press, context
+    // menu, release) and returns the items of the menu that opened, choosing
+    // `choice` in it when given.
+    QStringList rightClick(const std::string& id, const QString& choice = {}) {
+        QWidget* viewport = sidebar().list()->viewport();
+        sidebar().list()->scrollTo(rowOf(id));
+        const QPoint at = sidebar().list()->visualRect(rowOf(id)).center();
+        QStringList items;
+        QTimer::singleShot(0, [&] {
+            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            if (menu == nullptr) return;
+            items = actionTexts(menu->actions());
+            for (QAction* action : menu->actions()) {
+                if (action->text() == choice) action->trigger();
+            }
+            menu->close();
+        });
+        QTest::mousePress(viewport, Qt::RightButton, {}, at);
+        QContextMenuEvent event(QContextMenuEvent::Mouse, at, viewport->mapToGlobal(at));
+        QApplication::sendEvent(viewport, &event);
+        QTest::mouseRelease(viewport, Qt::RightButton, {}, at);
+        QApplication::processEvents();
+        return items;
+    }
+};
+
+TEST_F(WindowTest, RowsFollowTheScanAndARightClickOnlyOpensTheRowsMenu) {
     makeFile("Library/Caches/a/blob", 300'000);
-    makeFile("Library/Logs/x.log", 5'000);
+    makeFile("proj/f", 10);
+    services->folderToChoose = path("proj");
     launch(std::nullopt, false);
-    EXPECT_EQ(trailing(*app, "user_caches"), QStringLiteral("—"));
-    EXPECT_EQ(trailing(*app, "snapshots"), QString());
-    EXPECT_EQ(rowOf(*app, "snapshots").data(SidebarModel::TrailingKindRole).toInt(),
-              SidebarModel::chevron);
-    EXPECT_EQ(rowOf(*app, "sim_runtimes").data(SidebarModel::TrailingKindRole).toInt(),
-              SidebarModel::chevron);
-    SidebarFooter* footer = app->window().content()->sidebar()->footer();
-    EXPECT_EQ(footer->totalText(), QString::fromStdString(Fmt::bytes(0)));
-    EXPECT_TRUE(footer->runningText().isEmpty());
+    EXPECT_EQ(trailing("user_caches"), QStringLiteral("—"));
+    SidebarFooter* footer = sidebar().footer();
+    EXPECT_EQ(footer->totalText(), bytes(0));
 
     // Every change of the category's state reaches its row as one dataChanged.
     QStringList seen;
-    QObject::connect(&sidebarModel(*app), &QAbstractItemModel::dataChanged,
+    QObject::connect(sidebar().itemModel(), &QAbstractItemModel::dataChanged,
                      [&](const QModelIndex& from, const QModelIndex& to) {
                          EXPECT_EQ(from, to);
-                         if (from == rowOf(*app, "user_caches")) seen << trailing(*app, "user_caches");
+                         if (from == rowOf("user_caches")) seen << trailing("user_caches");
                      });
     model().startInitialScan();
-    EXPECT_TRUE(trailing(*app, "user_caches").endsWith(QStringLiteral("…")));
-    EXPECT_FALSE(footer->runningText().isEmpty());
+    EXPECT_TRUE(trailing("user_caches").endsWith(QStringLiteral("…")));
     EXPECT_TRUE(footer->runningText().endsWith(QStringLiteral(" 件スキャン中")));
-    waitForScans();
-    ASSERT_FALSE(seen.isEmpty());
-    EXPECT_TRUE(seen.front().endsWith(QStringLiteral("…")));
-    const std::int64_t bytes = model().state("user_caches").bytes;
-    EXPECT_GT(bytes, 0);
-    EXPECT_EQ(trailing(*app, "user_caches"), QString::fromStdString(Fmt::bytes(bytes)));
-    EXPECT_EQ(trailing(*app, "mail"), QStringLiteral("なし"));
+    model().addCustomFolder();
+    settle();
+    EXPECT_TRUE(!seen.isEmpty() && seen.front().endsWith(QStringLiteral("…")));
+    const std::int64_t caches = model().state("user_caches").bytes;
+    EXPECT_EQ(trailing("user_caches"), bytes(caches));
+    EXPECT_EQ(rowOf("user_caches").data(Qt::AccessibleTextRole).toString(),
+              QStringLiteral("ユーザーキャッシュ, ") + bytes(caches));
+    EXPECT_EQ(trailing("mail"), QStringLiteral("なし"));
     EXPECT_TRUE(footer->runningText().isEmpty());
-
     std::int64_t quick = 0;
     for (const CleanCategory& c : model().categories()) {
         if (c.quickClean) quick += model().state(c.id).bytes;
     }
-    EXPECT_EQ(footer->totalText(), QString::fromStdString(Fmt::bytes(quick)));
-    EXPECT_EQ(rowOf(*app, "user_caches").data(Qt::AccessibleTextRole).toString(),
-              QStringLiteral("ユーザーキャッシュ, ") + QString::fromStdString(Fmt::bytes(bytes)));
+    EXPECT_EQ(footer->totalText(), bytes(quick));
+
+    // Right clicks open each row's menu, if it has one, and change nothing else.
+    model().setSelectedID(std::string("user_logs"));
+    const std::string custom = "custom:" + path("proj");
+    EXPECT_EQ(rightClick("user_caches"), QStringList{"再スキャン"});
+    EXPECT_TRUE(rightClick("snapshots").isEmpty());
+    EXPECT_EQ(rightClick(custom, QStringLiteral("一覧から削除")),
+              (QStringList{"再スキャン", "一覧から削除"}));
+    EXPECT_FALSE(rowOf(custom).isValid());
+    EXPECT_EQ(model().selectedID(), std::optional<std::string>("user_logs"));
+    EXPECT_EQ(sidebar().list()->currentIndex(), rowOf("user_logs"));
+    EXPECT_EQ(currentKey(), QStringLiteral("folders:user_logs"));
 }
 
-TEST_F(UiTest, SelectionIsBoundBothWays) {
-    launch(std::nullopt, false);
-    QTreeView* list = app->window().content()->sidebar()->list();
-    list->setCurrentIndex(rowOf(*app, "trash"));
+TEST_F(WindowTest, SectionsAndASelectionBoundBothWaysThatNamesTheWindow) {
+    // Without the logs no empty heading shows for them.
+    std::vector<CleanCategory> rows = Catalog::build(home, home + "/t");
+    std::erase_if(rows, [](const CleanCategory& c) { return c.group == "ログ"; });
+    launch(rows, false);
+    const SidebarModel& m = *sidebar().itemModel();
+    QStringList top;
+    for (int r = 0; r < m.rowCount(); ++r) top << m.index(r, 0).data().toString();
+    EXPECT_EQ(top, (QStringList{"概要", "キャッシュ", "Xcode / シミュレータ", "開発ツール",
+                                "アプリ / ユーザーデータ", "システム", "探索"}));
+    // Rows within a section keep the catalog's order; headings cannot be selected.
+    EXPECT_EQ(m.index(1, 0, m.index(1, 0)).data().toString(),
+              QStringLiteral("サンドボックスアプリのキャッシュ"));
+    EXPECT_FALSE(m.flags(m.index(1, 0)) & Qt::ItemIsSelectable);
+
+    EXPECT_EQ(app->window().windowTitle(), QStringLiteral("概要 — Kelvane"));
+    sidebar().list()->setCurrentIndex(rowOf("trash"));
     EXPECT_EQ(model().selectedID(), std::optional<std::string>("trash"));
-    EXPECT_EQ(app->window().content()->router()->currentKey(), QStringLiteral("folders:trash"));
+    EXPECT_EQ(currentKey(), QStringLiteral("folders:trash"));
+    EXPECT_EQ(app->window().windowTitle(), QStringLiteral("ゴミ箱 — Kelvane"));
     Screen* first = app->window().content()->router()->current();
     model().setSelectedID(std::string("trash"));  // the same category keeps its screen
     EXPECT_EQ(app->window().content()->router()->current(), first);
     model().setSelectedID(std::string("snapshots"));
-    EXPECT_EQ(list->currentIndex(), rowOf(*app, "snapshots"));
-    EXPECT_EQ(app->window().content()->router()->currentKey(), QStringLiteral("snapshots:snapshots"));
+    EXPECT_EQ(sidebar().list()->currentIndex(), rowOf("snapshots"));
+    EXPECT_EQ(currentKey(), QStringLiteral("snapshots:snapshots"));
+    EXPECT_EQ(app->window().windowTitle(),
+              QStringLiteral("Time Machine ローカルスナップショット — Kelvane"));
     model().setSelectedID(std::string("no-such-id"));
-    EXPECT_EQ(app->window().content()->router()->currentKey(), QStringLiteral("overview"));
-    // Headings cannot be selected.
-    EXPECT_FALSE(sidebarModel(*app).flags(sidebarModel(*app).index(1, 0)) & Qt::ItemIsSelectable);
+    EXPECT_EQ(currentKey(), QStringLiteral("overview"));
+    EXPECT_EQ(app->window().windowTitle(), QStringLiteral("概要 — Kelvane"));
 }
 
-TEST_F(UiTest, CancellingAConfirmationNeverPerforms) {
-    launch(std::nullopt, false);
-    int performed = 0;
-    model().setPendingAction(PendingAction("題", "本文", "完全に削除", [&] { ++performed; }));
-    ContentView* content = app->window().content();
-    ASSERT_TRUE(waitFor([&] { return content->openDialog() != nullptr; }));
-    QMessageBox* box = content->openDialog();
-    // Both Return and Escape land on "キャンセル".
-    ASSERT_NE(box->defaultButton(), nullptr);
-    EXPECT_EQ(box->defaultButton()->text(), QStringLiteral("キャンセル"));
-    EXPECT_EQ(box->escapeButton(), box->defaultButton());
-    QTest::keyClick(box, Qt::Key_Return);
-    ASSERT_TRUE(waitFor([&] { return content->openDialog() == nullptr; }));
-    EXPECT_EQ(performed, 0);
-    EXPECT_FALSE(model().pendingAction().has_value());
-
-    model().setPendingAction(PendingAction("題", "本文", "完全に削除", [&] { ++performed; }));
-    ASSERT_TRUE(waitFor([&] { return content->openDialog() != nullptr; }));
-    QAbstractButton* destructive = nullptr;
-    for (QAbstractButton* b : content->openDialog()->buttons()) {
-        if (b->text() == QStringLiteral("完全に削除")) destructive = b;
-    }
-    ASSERT_NE(destructive, nullptr);
-    destructive->click();
-    ASSERT_TRUE(waitFor([&] { return content->openDialog() == nullptr; }));
-    EXPECT_EQ(performed, 1);
-    EXPECT_FALSE(model().pendingAction().has_value());
-
-    model().setNotice(std::string("おしらせ"));
-    ASSERT_TRUE(waitFor([&] { return content->openDialog() != nullptr; }));
-    EXPECT_EQ(content->openDialog()->informativeText(), QStringLiteral("おしらせ"));
-    content->openDialog()->buttons().front()->click();
-    ASSERT_TRUE(waitFor([&] { return content->openDialog() == nullptr; }));
-    EXPECT_FALSE(model().notice().has_value());
-}
-
-TEST_F(UiTest, BusyMessageCoversTheContent) {
-    launch(std::nullopt, false);
-    auto* content = app->window().content();
-    model().confirmDelete({path("nothing-here")}, true);
-    ASSERT_TRUE(waitFor([&] { return content->openDialog() != nullptr; }));
-    for (QAbstractButton* b : content->openDialog()->buttons()) {
-        if (b->text() == QStringLiteral("完全に削除")) b->click();
-    }
-    // The deletion posts its busy text at once and clears it when done.
-    bool sawBusy = model().busyMessage().has_value();
-    waitFor([&] {
-        sawBusy = sawBusy || model().busyMessage().has_value();
-        return !model().busyMessage() && model().notice().has_value();
-    });
-    EXPECT_TRUE(sawBusy);
-}
-
-TEST_F(UiTest, RescanFromMenuShortcutAndToolbar) {
+TEST_F(WindowTest, CommandsByKeyMenuToolbarAndConfirmation) {
     makeFile("Library/Logs/x.log", 5'000);
     launch(std::nullopt, false);
-    QAction* menuItem = nullptr;
-    for (QAction* menu : app->window().menuBar()->actions()) {
-        for (QAction* item : menu->menu()->actions()) {
-            if (item->text() == QStringLiteral("すべて再スキャン")) menuItem = item;
-        }
-    }
-    ASSERT_NE(menuItem, nullptr);
-    EXPECT_EQ(menuItem->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_R));
-    menuItem->trigger();
+    QTest::keyClick(&app->window(), Qt::Key_R, Qt::ControlModifier);
     EXPECT_EQ(model().state("user_logs").status, Status::scanning);
-    waitForScans();
+    settle();
+    app->window().toolbar()->actions()[1]->trigger();  // "すべて再スキャン"
+    EXPECT_EQ(model().state("user_logs").status, Status::scanning);
+    settle();
 
-    QStringList labels;
-    for (QAction* a : app->window().toolbar()->actions()) {
-        if (!a->isSeparator()) labels << a->text();
-    }
-    EXPECT_EQ(labels.mid(0, 2), (QStringList{"フォルダを追加", "すべて再スキャン"}));
-    app->window().toolbar()->actions()[1]->trigger();
-    EXPECT_EQ(model().state("user_logs").status, Status::scanning);
-    waitForScans();
-    EXPECT_EQ(model().state("user_logs").status, Status::done);
+    // A confirmed deletion covers the window while it runs, then tells.
+    ContentView* content = app->window().content();
+    model().confirmDelete({path("Library/Logs/x.log")}, true);
+    ASSERT_TRUE(waitFor([&] { return content->openDialog() != nullptr; }));
+    findButton(content->openDialog(), QStringLiteral("完全に削除"))->click();
+    EXPECT_FALSE(model().pendingAction().has_value());
+    auto* overlay = content->findChild<BusyOverlay*>();
+    EXPECT_TRUE(overlay->isVisible());
+    ASSERT_TRUE(waitFor([&] { return content->openDialog() != nullptr; }));
+    EXPECT_FALSE(overlay->isVisible());
+    ASSERT_TRUE(model().notice().has_value());
+    EXPECT_FALSE(std::filesystem::exists(path("Library/Logs/x.log")));
+    findButton(content->openDialog(), QStringLiteral("OK"))->click();
+    ASSERT_TRUE(waitFor([&] { return content->openDialog() == nullptr; }));
+    EXPECT_FALSE(model().notice().has_value());
+
+    QApplication::setActiveWindow(&app->window());
+    QTest::keyClick(&app->window(), Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_FALSE(app->window().isVisible());
 }
 
-TEST_F(UiTest, ContextMenuOffersWhatTheCategoryAllows) {
-    makeFile("proj/f", 10);
-    services->folderToChoose = path("proj");
-    launch(std::nullopt, false);
-    model().addCustomFolder();
-    waitForScans();
-    // The menu is built from the row; read its actions without showing it.
-    SidebarView* sidebar = app->window().content()->sidebar();
-    const auto menuFor = [&](const std::string& id) {
-        QStringList items;
-        const QModelIndex index = rowOf(*app, id);
-        EXPECT_TRUE(index.isValid()) << id;
-        QTimer::singleShot(0, [&items] {
-            if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
-                for (QAction* a : menu->actions()) items << a->text();
-                menu->close();
-            }
-        });
-        emit sidebar->list()->customContextMenuRequested(sidebar->list()->visualRect(index).center());
-        return items;
-    };
-    EXPECT_EQ(menuFor("user_caches"), QStringList{"再スキャン"});
-    EXPECT_EQ(menuFor("custom:" + path("proj")), (QStringList{"再スキャン", "一覧から削除"}));
-    EXPECT_TRUE(menuFor("snapshots").isEmpty());
-}
-
-TEST(SizeBarGeometry, StubsClampsAndEmpties) {
-    EXPECT_EQ(SizeBar::fillWidth(0, 90), 0);
-    EXPECT_EQ(SizeBar::fillWidth(-0.5, 90), 0);
-    EXPECT_EQ(SizeBar::fillWidth(0.0001, 90), 3);
-    EXPECT_EQ(SizeBar::fillWidth(0.5, 90), 45);
-    EXPECT_EQ(SizeBar::fillWidth(1.7, 90), 90);
-    // Painted: the fill is visible at a tiny share and spans the bar when clamped.
+TEST(Components, SizeBarStubsClampsAndEmpties) {
+    for (const auto& [fraction, width] : std::vector<std::pair<double, int>>{
+             {0, 0}, {-0.5, 0}, {0.0001, 3}, {0.5, 45}, {1.7, 90}}) {
+        EXPECT_EQ(SizeBar::fillWidth(fraction, 90), width) << fraction;
+    }
+    // Painted: the stub shows (a red fill is where the green channel drops).
     SizeBar bar(0.0001, Qt::red);
     bar.resize(90, 6);
-    QImage image = bar.grab().toImage();
-    // A red fill is where the green channel drops.
+    const QImage image = bar.grab().toImage();
     EXPECT_LT(qGreen(image.pixel(1, 3)), 150);
     EXPECT_GT(qGreen(image.pixel(40, 3)), 150);
-    bar.setFraction(1.7);
-    image = bar.grab().toImage();
-    EXPECT_LT(qGreen(image.pixel(86, 3)), 150);
-    EXPECT_EQ(bar.accessibleName(), QStringLiteral("100%"));
+}
+
+TEST(Components, SizeFigureOnlyEverShowsTheValuesItWasGiven) {
+    SizeFigure figure;
+    figure.show();
+    figure.setBytes(1'000);
+    QTest::qWait(700);
+    // A change on its own fades in, but already reads the new value.
+    figure.setBytes(618'100'000);
+    EXPECT_TRUE(figure.isFading());
+    EXPECT_EQ(figure.text(), bytes(618'100'000));
+    // A change during the fade ends it on the newest value.
+    figure.setBytes(732'600'000);
+    EXPECT_FALSE(figure.isFading());
+    EXPECT_EQ(figure.text(), bytes(732'600'000));
+    QTest::qWait(400);
+    EXPECT_EQ(figure.text(), bytes(732'600'000));
+    EXPECT_EQ(figure.accessibleName(), figure.text());
 }
 
 }  // namespace

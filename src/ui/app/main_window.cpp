@@ -15,7 +15,6 @@ namespace kelvane {
 
 MainWindow::MainWindow(ModelBridge& bridge, QWidget* parent)
     : QMainWindow(parent), bridge_(bridge) {
-    setWindowTitle(QStringLiteral("Kelvane"));
     setMinimumSize(980, 640);
     resize(1180, 760);
     setUnifiedTitleAndToolBarOnMac(true);
@@ -42,22 +41,32 @@ MainWindow::MainWindow(ModelBridge& bridge, QWidget* parent)
     connect(rescanAll, &QAction::triggered, this, [this] { bridge_.model().scanAll(); });
     toolbar_->addSeparator();
 
-    // The menu holds the one command of our own; there is deliberately no
-    // command that opens a second window.
+    // The menu holds our own commands; there is deliberately no command that
+    // opens a second window.
+    auto* file = menuBar()->addMenu(QStringLiteral("ファイル"));
+    auto* quit = file->addAction(QStringLiteral("終了"));
+    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    quit->setShortcutContext(Qt::ApplicationShortcut);
+    // The one window closing ends the application.
+    connect(quit, &QAction::triggered, this, &QWidget::close);
     auto* view = menuBar()->addMenu(QStringLiteral("表示"));
     auto* rescanMenu = view->addAction(QStringLiteral("すべて再スキャン"));
     rescanMenu->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_R));
     rescanMenu->setShortcutContext(Qt::ApplicationShortcut);
     connect(rescanMenu, &QAction::triggered, this, [this] { bridge_.model().scanAll(); });
 
-    connect(content_->router(), &DetailRouter::screenChanged, this, &MainWindow::showScreenActions);
-    showScreenActions(content_->router()->current());
+    connect(content_->router(), &DetailRouter::screenChanged, this, &MainWindow::showScreen);
+    showScreen(content_->router()->current());
 }
 
-void MainWindow::showScreenActions(Screen* screen) {
+void MainWindow::showScreen(Screen* screen) {
     for (QAction* action : screenActions_) toolbar_->removeAction(action);
     screenActions_ = screen != nullptr ? screen->toolbarActions() : QList<QAction*>{};
     toolbar_->addActions(screenActions_);
+    // The title says where the user is, as the task switcher shows it.
+    const QString place = screen != nullptr ? screen->windowTitle() : QString();
+    setWindowTitle(place.isEmpty() ? QStringLiteral("Kelvane")
+                                   : place + QStringLiteral(" — Kelvane"));
 }
 
 void MainWindow::showEvent(QShowEvent* event) {

@@ -12,8 +12,8 @@ class ModelBridge;
 class Screen;
 
 // The application's one window: the content view, the toolbar with the two
-// global buttons followed by the current screen's own, and the menu with
-// "すべて再スキャン" (Ctrl+R).
+// global buttons followed by the current screen's own, the menus with "終了"
+// (Ctrl+Q) and "すべて再スキャン" (Ctrl+R), and a title naming the screen.
 class MainWindow : public QMainWindow {
     Q_OBJECT
   public:
@@ -30,7 +30,8 @@ class MainWindow : public QMainWindow {
     void showEvent(QShowEvent* event) override;
 
   private:
-    void showScreenActions(Screen* screen);
+    // Puts the screen's toolbar actions and its title in place.
+    void showScreen(Screen* screen);
 
     ModelBridge& bridge_;
     ContentView* content_;

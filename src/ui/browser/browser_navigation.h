@@ -20,7 +20,7 @@ void open(AppModel& model, std::optional<std::string> folder);
 // that row is part of it, otherwise the row alone.
 std::vector<std::string> targets(const AppModel& model, const std::string& path);
 
-// All selected paths, in no particular order.
+// All selected paths, in the order the list shows them.
 std::vector<std::string> selection(const AppModel& model);
 
 }  // namespace BrowserNavigation

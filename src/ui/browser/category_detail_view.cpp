@@ -5,6 +5,7 @@
 #include <QVBoxLayout>
 
 #include "ui/browser/breadcrumb_bar.h"
+#include "ui/browser/browser_navigation.h"
 #include "ui/browser/browser_footer.h"
 #include "ui/browser/category_header.h"
 #include "ui/browser/entry_list_view.h"
@@ -64,6 +65,8 @@ CategoryDetailView::CategoryDetailView(ModelBridge& bridge, CleanCategory catego
         bridge_.model().reveal(paths);
     });
 
+    addKeys();
+
     connect(&bridge_, &ModelBridge::changed, this, [this](const ModelChange& change) {
         const bool ours =
             change.field == ModelField::states && (!change.key || *change.key == category_.id);
@@ -72,6 +75,26 @@ CategoryDetailView::CategoryDetailView(ModelBridge& bridge, CleanCategory catego
             refreshActions();
     });
     refreshActions();
+}
+
+void CategoryDetailView::addKeys() {
+    // The file manager's keys, anywhere on this screen. Deleting goes through
+    // the same confirmation as the footer's buttons, with the same paths.
+    const auto key = [this](QKeySequence sequence, auto work) {
+        auto* action = new QAction(this);
+        action->setShortcut(sequence);
+        action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+        connect(action, &QAction::triggered, this, work);
+        addAction(action);
+    };
+    key(QKeySequence(Qt::Key_Delete), [this] {
+        bridge_.model().confirmDelete(BrowserNavigation::selection(bridge_.model()), false);
+    });
+    key(QKeySequence(Qt::SHIFT | Qt::Key_Delete), [this] {
+        bridge_.model().confirmDelete(BrowserNavigation::selection(bridge_.model()), true);
+    });
+    key(QKeySequence(Qt::Key_Backspace), [this] { bridge_.model().goUp(); });
+    key(QKeySequence(Qt::ALT | Qt::Key_Up), [this] { bridge_.model().goUp(); });
 }
 
 QList<QAction*> CategoryDetailView::toolbarActions() const {

@@ -31,6 +31,9 @@ class CategoryDetailView : public Screen {
     QAction* revealAction() const { return revealAction_; }
 
   private:
+    // Delete and Shift+Delete ask to trash or delete the selection; Backspace
+    // and Alt+Up go up a level. Return, which opens a folder, is the list's.
+    void addKeys();
     void refreshActions();
 
     const CleanCategory category_;

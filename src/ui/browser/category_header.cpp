@@ -19,6 +19,18 @@
 
 namespace kelvane {
 
+namespace {
+
+// Paths for display, home shortened to "~".
+QStringList shortForms(const std::vector<std::string>& paths, const std::string& home) {
+    QStringList shown;
+    for (const std::string& path : paths)
+        shown << DisplayText::fromBytes(PathText::shortForm(path, home));
+    return shown;
+}
+
+}  // namespace
+
 QString CategoryHeader::advice(Risk risk) {
     switch (risk) {
         case Risk::safe:
@@ -38,10 +50,7 @@ QString CategoryHeader::advice(Risk risk) {
 }
 
 QString CategoryHeader::rootsText(const std::vector<std::string>& roots, const std::string& home) {
-    QStringList shown;
-    for (const std::string& root : roots)
-        shown << DisplayText::fromBytes(PathText::shortForm(root, home));
-    return shown.join(QStringLiteral("  ·  "));
+    return shortForms(roots, home).join(QStringLiteral("  ·  "));
 }
 
 CategoryHeader::CategoryHeader(ModelBridge& bridge, CleanCategory category, QWidget* parent)
@@ -81,6 +90,13 @@ CategoryHeader::CategoryHeader(ModelBridge& bridge, CleanCategory category, QWid
     roots_->setWordWrap(true);
     roots_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     left->addWidget(roots_);
+    // Shown with the missing text: where we looked, so the user can check.
+    searched_ =
+        StyledLabel::make({}, Typography::monospaceCaption(), PaletteRoles::tertiaryText(), this);
+    searched_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    StyledLabel::setText(searched_,
+                         shortForms(category_.patterns, bridge_.model().home()).join('\n'));
+    left->addWidget(searched_);
 
     unreadableRow_ = new QWidget(this);
     auto* unreadable = new QHBoxLayout(unreadableRow_);
@@ -164,6 +180,7 @@ void CategoryHeader::refresh() {
         roots_->setMaximumHeight(2 * QFontMetrics(roots_->font()).lineSpacing());
     }
     roots_->setToolTip(state.status == Status::missing ? QString() : roots_->text());
+    searched_->setVisible(state.status == Status::missing);
 
     unreadableRow_->setVisible(state.unreadable >= 1);
     StyledLabel::setText(unreadableText_,

@@ -17,8 +17,9 @@ class SizeFigure;
 class Spinner;
 
 // The top of a folder category's screen: what the category is and how risky
-// emptying it is, where it lives, what could not be read, its measured size
-// and counts, and the menu that empties it as a whole.
+// emptying it is, where it lives (or, when missing, where it was looked for),
+// what could not be read, its measured size and counts, and the menu that
+// empties it as a whole.
 class CategoryHeader : public QWidget {
     Q_OBJECT
   public:
@@ -27,6 +28,8 @@ class CategoryHeader : public QWidget {
     SizeFigure* figure() const { return figure_; }
     QLabel* counts() const { return counts_; }
     QLabel* roots() const { return roots_; }
+    // The places a missing category looked in; shown only while it is missing.
+    QLabel* searched() const { return searched_; }
     QWidget* unreadableRow() const { return unreadableRow_; }
     QLabel* unreadableText() const { return unreadableText_; }
     QPushButton* openSettingsButton() const { return openSettings_; }
@@ -42,6 +45,7 @@ class CategoryHeader : public QWidget {
     ModelBridge& bridge_;
     const CleanCategory category_;
     QLabel* roots_;
+    QLabel* searched_;
     QWidget* unreadableRow_;
     QLabel* unreadableText_;
     QPushButton* openSettings_;

@@ -4,6 +4,7 @@
 #include <unordered_map>
 
 #include "core/fmt.h"
+#include "core/path_text.h"
 #include "ui/components/display_text.h"
 #include "ui/app/model_bridge.h"
 
@@ -123,17 +124,29 @@ Qt::ItemFlags EntryListModel::flags(const QModelIndex& index) const {
     return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemNeverHasChildren;
 }
 
+QString EntryListModel::location(const Entry& entry) const {
+    const AppModel& model = bridge_.model();
+    if (model.browserPath()) return {};
+    return DisplayText::fromBytes(PathText::shortForm(entry.path, model.home()));
+}
+
 QVariant EntryListModel::data(const QModelIndex& index, int role) const {
     const Entry* entry = entryAt(index.row());
     if (entry == nullptr || index.column() != 0) return {};
     switch (role) {
         case Qt::DisplayRole:
-        case Qt::ToolTipRole:
             return DisplayText::fromBytes(entry->name);
+        case Qt::ToolTipRole: {
+            const QString where = location(*entry);
+            return where.isEmpty() ? DisplayText::fromBytes(entry->name) : where;
+        }
+        case LocationRole:
+            return location(*entry);
         case Qt::AccessibleTextRole: {
-            // What a screen reader says for the row: name, date and size, the
-            // same pieces the row shows.
+            // What a screen reader says for the row: name, location, date and
+            // size, the same pieces the row shows.
             QStringList parts{DisplayText::fromBytes(entry->name)};
+            if (const QString where = location(*entry); !where.isEmpty()) parts << where;
             if (entry->modified) parts << QString::fromStdString(Fmt::date(entry->modified));
             if (entry->size) parts << QString::fromStdString(Fmt::bytes(*entry->size));
             return parts.join(QStringLiteral(", "));

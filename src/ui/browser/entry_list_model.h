@@ -29,6 +29,10 @@ class EntryListModel : public QAbstractListModel {
         SizeRole,
         // True for a folder that is not a symbolic link: it can be opened.
         OpenableRole,
+        // Where a root of the category's top level lives ("~", "~/…" or the
+        // path), so two roots of one name can be told apart; empty inside a
+        // folder, where every row shares the folder shown in the crumbs.
+        LocationRole,
     };
 
     explicit EntryListModel(ModelBridge& bridge, QObject* parent = nullptr);
@@ -51,6 +55,7 @@ class EntryListModel : public QAbstractListModel {
     static std::string pathOf(const QModelIndex& index);
 
   private:
+    QString location(const Entry& entry) const;
     void entriesChanged(const ModelChange& change);
     // Moves rows to their new places when the model's entries are the shown
     // ones in another order; false when they are not.

@@ -189,10 +189,15 @@ void EntryListView::mouseDoubleClickEvent(QMouseEvent* event) {
 
 void EntryListView::keyPressEvent(QKeyEvent* event) {
     const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (enter && event->modifiers() == Qt::NoModifier &&
-        currentIndex().data(EntryListModel::OpenableRole).toBool()) {
-        open(currentIndex());
-        return;
+    const auto& selected = bridge_.model().entrySelection();
+    // Return opens the one selected folder; with several selected it is not
+    // clear which one the user means.
+    if (enter && event->modifiers() == Qt::NoModifier && selected.size() == 1) {
+        const int row = model_->rowOf(*selected.begin());
+        if (row >= 0 && model_->index(row).data(EntryListModel::OpenableRole).toBool()) {
+            open(model_->index(row));
+            return;
+        }
     }
     QListView::keyPressEvent(event);
 }

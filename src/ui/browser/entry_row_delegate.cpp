@@ -106,18 +106,39 @@ void EntryRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
     painter->setFont(body);
     const QFontMetrics metrics(body);
     const int markRoom = entry->isSymlink ? kLinkMark + 4 : 0;
+    // A root of the top level also says where it lives; the name then keeps
+    // at least half the room, the location takes what the name leaves.
+    const QString location = index.data(EntryListModel::LocationRole).toString();
+    const QFont caption = Typography::caption();
+    int nameRoom = g.text.width() - markRoom;
+    if (!location.isEmpty()) {
+        const int wanted = QFontMetrics(caption).horizontalAdvance(location) + kSpacing;
+        nameRoom = std::max(nameRoom / 2, nameRoom - wanted);
+    }
     const QString name = metrics.elidedText(DisplayText::fromBytes(entry->name), Qt::ElideMiddle,
-                                            std::max(0, g.text.width() - markRoom));
+                                            std::max(0, nameRoom));
     painter->setPen(primary);
     painter->drawText(g.text, Qt::AlignLeft | Qt::AlignVCenter, name);
+    int nameEnd = g.text.left() + metrics.horizontalAdvance(name);
     if (entry->isSymlink) {
-        const int x = g.text.left() + metrics.horizontalAdvance(name) + 4;
-        const QRect mark(x, g.text.top() + (g.text.height() - kLinkMark) / 2, kLinkMark, kLinkMark);
+        const QRect mark(nameEnd + 4, g.text.top() + (g.text.height() - kLinkMark) / 2, kLinkMark,
+                         kLinkMark);
         painter->drawPixmap(mark,
                             SymbolIcons::tinted("arrow.turn.down.right", tertiary, kLinkMark));
+        nameEnd = mark.right() + 1;
+    }
+    if (!location.isEmpty()) {
+        // Shortened in the middle, so its start and its end both stay.
+        const QRect room(nameEnd + kSpacing, g.text.top(),
+                         std::max(0, g.text.right() + 1 - nameEnd - kSpacing), g.text.height());
+        painter->setFont(caption);
+        painter->setPen(secondary);
+        painter->drawText(
+            room, Qt::AlignLeft | Qt::AlignVCenter,
+            QFontMetrics(caption).elidedText(location, Qt::ElideMiddle, room.width()));
     }
 
-    painter->setFont(Typography::caption());
+    painter->setFont(caption);
     painter->setPen(secondary);
     painter->drawText(g.date, Qt::AlignRight | Qt::AlignVCenter,
                       QString::fromStdString(Fmt::date(entry->modified)));

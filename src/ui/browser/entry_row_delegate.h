@@ -8,10 +8,11 @@ namespace kelvane {
 class EntryListModel;
 
 // Paints one entry of the browser as a row: icon, name truncated in the
-// middle, a link mark for symbolic links, the date, a size bar against the
-// biggest entry, the size (or a small spinner while it is measured) and, for
-// folders, a chevron that opens them. Painting a row reads only that row, so
-// a list of 100,000 entries costs what its visible rows cost.
+// middle, a link mark for symbolic links, where a top-level root lives, the
+// date, a size bar against the biggest entry, the size (or a small spinner
+// while it is measured) and, for folders, a chevron that opens them. Painting
+// a row reads only that row, so a list of 100,000 entries costs what its
+// visible rows cost.
 class EntryRowDelegate : public QStyledItemDelegate {
     Q_OBJECT
   public:

@@ -26,6 +26,10 @@ BiggestCard::BiggestCard(ModelBridge& bridge, QWidget* parent)
     refresh();
 }
 
+bool BiggestCard::ranked(const CleanCategory& category) {
+    return category.kind == CategoryKind::folders && !category.group.starts_with("探索");
+}
+
 std::vector<CleanCategory> BiggestCard::biggest(const AppModel& model) {
     struct Measured {
         CleanCategory category;
@@ -33,8 +37,7 @@ std::vector<CleanCategory> BiggestCard::biggest(const AppModel& model) {
     };
     std::vector<Measured> measured;
     for (const CleanCategory& category : model.categories()) {
-        if (category.kind != CategoryKind::folders) continue;
-        if (category.group.starts_with("探索")) continue;
+        if (!ranked(category)) continue;
         const CategoryState state = model.state(category.id);
         if (state.status != CategoryState::Status::done) continue;
         measured.push_back({category, state.bytes});
@@ -46,6 +49,18 @@ std::vector<CleanCategory> BiggestCard::biggest(const AppModel& model) {
         result.push_back(measured[i].category);
     }
     return result;
+}
+
+bool BiggestCard::stillLooking(const AppModel& model) {
+    // Before the launch scan every category is idle; that is a wait too.
+    bool anySettled = false;
+    for (const CleanCategory& category : model.categories()) {
+        if (!ranked(category)) continue;
+        const CategoryState::Status status = model.state(category.id).status;
+        if (status == CategoryState::Status::scanning) return true;
+        anySettled = anySettled || status != CategoryState::Status::idle;
+    }
+    return !anySettled;
 }
 
 void BiggestCard::refresh() {
@@ -70,7 +85,12 @@ void BiggestCard::refresh() {
         }
     }
     placeholder_->setVisible(list.empty());
-    if (list.empty()) return;
+    if (list.empty()) {
+        StyledLabel::setText(placeholder_, stillLooking(model)
+                                               ? QStringLiteral("スキャン中…")
+                                               : QStringLiteral("見つかった項目はありません"));
+        return;
+    }
     const double scale =
         static_cast<double>(std::max<std::int64_t>(model.state(list.front().id).bytes, 1));
     for (std::size_t i = 0; i < list.size(); ++i) {

@@ -16,7 +16,8 @@ class BiggestRow;
 class ModelBridge;
 
 // "容量の大きいカテゴリ": the six largest measured folder categories, bars
-// scaled to the first; each row opens its category.
+// scaled to the first; each row opens its category. Without any, it says
+// whether scans are still under way or nothing was found.
 class BiggestCard : public Card {
     Q_OBJECT
   public:
@@ -30,6 +31,11 @@ class BiggestCard : public Card {
     QLabel* placeholder() const { return placeholder_; }
 
   private:
+    // Folder categories outside the exploration groups: the ones ranked here.
+    static bool ranked(const CleanCategory& category);
+    // Whether an empty ranking may still fill: a ranked category is being
+    // scanned, or none has been scanned yet.
+    static bool stillLooking(const AppModel& model);
     void refresh();
 
     ModelBridge& bridge_;

@@ -2,6 +2,7 @@
 
 #include <QHeaderView>
 #include <QMenu>
+#include <QMouseEvent>
 #include <QTimer>
 #include <QTreeView>
 #include <QVBoxLayout>
@@ -35,6 +36,9 @@ SidebarView::SidebarView(ModelBridge& bridge, QWidget* parent)
     list_->setSelectionMode(QAbstractItemView::SingleSelection);
     list_->setFrameShape(QFrame::NoFrame);
     list_->setContextMenuPolicy(Qt::CustomContextMenu);
+    // A right click only opens the row's menu: the list would otherwise make
+    // the row current, which selects it and switches the screen under the menu.
+    list_->viewport()->installEventFilter(this);
     list_->setAccessibleName(QStringLiteral("カテゴリ"));
     list_->expandAll();
     layout->addWidget(list_, 1);
@@ -64,6 +68,21 @@ SidebarView::SidebarView(ModelBridge& bridge, QWidget* parent)
         list_->viewport()->update();
     });
     selectFromModel();
+}
+
+bool SidebarView::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == list_->viewport()) {
+        switch (event->type()) {
+            case QEvent::MouseButtonPress:
+            case QEvent::MouseButtonRelease:
+            case QEvent::MouseButtonDblClick:
+                if (static_cast<QMouseEvent*>(event)->button() == Qt::RightButton) return true;
+                break;
+            default:
+                break;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void SidebarView::selectFromModel() {

@@ -24,6 +24,9 @@ class SidebarView : public QWidget {
     SidebarModel* itemModel() const { return model_; }
     SidebarFooter* footer() const { return footer_; }
 
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
   private:
     void selectFromModel();
     void showContextMenu(const QPoint& position);
