@@ -166,6 +166,15 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
                 std::optional<std::size_t> row = std::nullopt);
     void putState(const std::string& id, CategoryState state);
     std::int64_t sizeOfRoots(const std::vector<std::string>& roots) const;
+    // Whether the store cannot tell the size of `root` just now: it holds no
+    // entry for it while a scan of an enclosing folder walks it again.
+    bool beingRemeasured(const std::string& root) const;
+    // Whether any of `inner` is one of `outer` or lies below one.
+    static bool anyInside(const std::vector<std::string>& inner,
+                          const std::vector<std::string>& outer);
+    // Takes a done category's total from the store, unless one of its roots
+    // is being remeasured (that scan's finish takes it then).
+    void refreshCategory(const std::string& id, CategoryState& s);
 
     // scan steps (main thread)
     void updateProgress(const std::string& id, std::int64_t bytes);
@@ -176,10 +185,19 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
 
     // deletion steps
     void performDelete(const std::vector<std::string>& paths, bool permanent);
-    void afterDelete(const DeleteOutcome& outcome, bool permanent);
+    // `deletion` is the key beginDeletion gave.
+    void afterDelete(const DeleteOutcome& outcome, bool permanent, std::uint64_t deletion);
     void performAdminDelete(const std::vector<std::string>& paths);
     // `offered` is how many paths the administrator run was given.
-    void afterAdminDelete(const AdminDeleteResult& result, std::size_t offered);
+    void afterAdminDelete(const AdminDeleteResult& result, std::size_t offered,
+                          std::uint64_t deletion);
+    // A deletion is under way from its start until its result is back on the
+    // main thread. A scan whose roots overlap its paths and that runs at any
+    // time in between may have counted what the deletion took away: when the
+    // deletion ends (`changedDisk`), such a scan that is still running starts
+    // again at its finish, and one that already finished is started again.
+    std::uint64_t beginDeletion(const std::vector<std::string>& paths);
+    void endDeletion(std::uint64_t deletion, bool changedDisk);
     // Takes out of entrySelection every deleted path, everything below one,
     // and every path that no longer names an item.
     void dropFromSelection(const std::vector<std::string>& deleted);
@@ -219,6 +237,17 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     std::shared_ptr<ScanLimiter> limiter_;
     std::map<std::string, TaskHandle> scanTasks_;
     std::optional<TaskHandle> entriesTask_;
+    // The deletions under way: their paths, and the categories scanned over
+    // those paths meanwhile.
+    struct DeletionUnderWay {
+        std::vector<std::string> paths;
+        std::set<std::string> overlappedScans;
+    };
+    std::map<std::uint64_t, DeletionUnderWay> deletions_;
+    std::uint64_t nextDeletion_ = 1;
+    // Scans that overlapped a deletion of their tree: their finish starts
+    // them again instead of recording what they counted.
+    std::map<std::string, TaskHandle> restartAtFinish_;
 
     std::map<int, Observer> observers_;
     int nextObserverToken_ = 1;

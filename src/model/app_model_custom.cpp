@@ -31,9 +31,12 @@ void AppModel::addCustomFolder() {
         notify(ModelField::categories);
         putState(id, CategoryState{});
     }
-    setSelectedID(id);
+    // The scan starts before the selection changes: the window opens the
+    // selected category at once, and it must find this folder being measured
+    // as the one root (and open it) rather than start a scan of its own.
     const CleanCategory category = *existing();
     scan(category);
+    setSelectedID(id);
 }
 
 void AppModel::removeCustomFolder(const CleanCategory& category) {
@@ -42,6 +45,7 @@ void AppModel::removeCustomFolder(const CleanCategory& category) {
     const std::string id = category.id;
     if (id.rfind(Catalog::kCustomPrefix, 0) != 0) return;
     if (const auto it = scanTasks_.find(id); it != scanTasks_.end()) it->second.cancel();
+    restartAtFinish_.erase(id);
     const auto removed = std::remove_if(categories_.begin(), categories_.end(),
                                         [&](const CleanCategory& c) { return c.id == id; });
     if (removed != categories_.end()) {

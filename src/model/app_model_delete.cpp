@@ -188,13 +188,54 @@ void AppModel::confirmQuickClean(const std::vector<std::string>& ids) {
                                    }));
 }
 
+std::uint64_t AppModel::beginDeletion(const std::vector<std::string>& paths) {
+    const std::uint64_t key = nextDeletion_++;
+    DeletionUnderWay& deletion = deletions_[key];
+    deletion.paths = paths;
+    for (const auto& [id, s] : states_) {
+        if (s.status == CategoryState::Status::scanning &&
+            (anyInside(paths, s.roots) || anyInside(s.roots, paths))) {
+            deletion.overlappedScans.insert(id);
+        }
+    }
+    return key;
+}
+
+void AppModel::endDeletion(std::uint64_t deletion, bool changedDisk) {
+    const auto ended = deletions_.extract(deletion);
+    if (ended.empty() || !changedDisk) return;
+    for (const std::string& id : ended.mapped().overlappedScans) {
+        const CategoryState::Status status = state(id).status;
+        if (status == CategoryState::Status::done) {
+            scanIfPresent(id);
+            continue;
+        }
+        const auto task = scanTasks_.find(id);
+        if (status != CategoryState::Status::scanning || task == scanTasks_.end() ||
+            task->second.isCancelled()) {
+            continue;  // gone missing, or stopped by the user: its finish says so
+        }
+        // Its walk may count what is gone: it stops now and starts again at its finish.
+        task->second.cancel();
+        restartAtFinish_.insert_or_assign(id, task->second);
+    }
+}
+
 void AppModel::performDelete(const std::vector<std::string>& paths, bool permanent) {
     setBusyMessage(std::string(permanent ? "削除中…" : "ゴミ箱へ移動中…"));
+    const std::uint64_t deletion = beginDeletion(paths);
     startDetached(TaskPriority::userInitiated,
-                  [weak = weak_from_this(), main = main_, store = store_, paths,
-                   permanent](const TaskHandle&) {
+                  [weak = weak_from_this(), main = main_, store = store_, paths, permanent,
+                   deletion](const TaskHandle&) {
+                      // A folder the store has no size for (a scan of an enclosing folder is
+                      // walking it again) is measured, so the folders above it that the store
+                      // does hold lose what it really held.
                       const auto sizeOf = [&store](const std::string& path) -> std::int64_t {
                           if (const auto recorded = store->size(path)) return *recorded;
+                          if (FileProbe::isRealFolder(path)) {
+                              SizeStore scratch;
+                              return Scanner::scan(path, scratch).bytes;
+                          }
                           return FileProbe::ownAllocatedSize(path).value_or(0);
                       };
                       DeleteOutcome outcome = Cleaner::deleteItems(paths, permanent, sizeOf);
@@ -214,15 +255,16 @@ void AppModel::performDelete(const std::vector<std::string>& paths, bool permane
                           const ScanStats after = Scanner::scan(failure.path, *store);
                           if (before) store->adjust(failure.path, after.bytes - *before);
                       }
-                      main->post([weak, outcome = std::move(outcome), permanent] {
+                      main->post([weak, outcome = std::move(outcome), permanent, deletion] {
                           if (const auto model = weak.lock())
-                              model->afterDelete(outcome, permanent);
+                              model->afterDelete(outcome, permanent, deletion);
                       });
                   });
 }
 
-void AppModel::afterDelete(const DeleteOutcome& outcome, bool permanent) {
+void AppModel::afterDelete(const DeleteOutcome& outcome, bool permanent, std::uint64_t deletion) {
     setBusyMessage(std::nullopt);
+    endDeletion(deletion, true);
     refreshCategorySizes();
     refreshDisk();
 
@@ -308,23 +350,28 @@ void AppModel::performAdminDelete(const std::vector<std::string>& paths) {
     setBusyMessage(std::string("管理者権限で削除中…"));
     runTool<AdminDeleteResult>(
         [paths](Services& services) { return services.deleteAsAdmin(paths); },
-        [offered = paths.size()](AppModel& model, const AdminDeleteResult& result) {
-            model.afterAdminDelete(result, offered);
+        [offered = paths.size(), deletion = beginDeletion(paths)](AppModel& model,
+                                                                  const AdminDeleteResult& result) {
+            model.afterAdminDelete(result, offered, deletion);
         });
 }
 
-void AppModel::afterAdminDelete(const AdminDeleteResult& result, std::size_t offered) {
+void AppModel::afterAdminDelete(const AdminDeleteResult& result, std::size_t offered,
+                                std::uint64_t deletion) {
     setBusyMessage(std::nullopt);
+    const DeleteOutcome& outcome = result.outcome;
+    // A dismissed password dialog ran nothing. The marker is searched in
+    // free text, so it only counts while nothing was reported deleted: a
+    // deletion that happened must reach the store whatever the text says.
+    const bool dismissed =
+        outcome.deleted.empty() && result.run.err.find("-128") != std::string::npos;
+    endDeletion(deletion, !result.elevationMissing && !dismissed);
     if (result.elevationMissing) {
         addLog("pkexec が無いため管理者権限で削除できませんでした", true);
         setNotice(std::string(kNoElevation));
         return;
     }
-    const DeleteOutcome& outcome = result.outcome;
-    // A dismissed password dialog ran nothing. The marker is searched in
-    // free text, so it only counts while nothing was reported deleted: a
-    // deletion that happened must reach the store whatever the text says.
-    if (outcome.deleted.empty() && result.run.err.find("-128") != std::string::npos) {
+    if (dismissed) {
         setNotice(std::string("キャンセルしました。"));
         return;
     }
@@ -366,7 +413,11 @@ void AppModel::afterAdminDelete(const AdminDeleteResult& result, std::size_t off
                         failure.error.description);
     }
     std::string details = joined(lines, "\n");
-    if (!result.run.err.empty()) details += "\n" + result.run.err;
+    // What the elevation wrote is quoted, not taken for our words: pkexec
+    // writes its own messages in whatever language it likes.
+    if (!UnicodeText::trimmed(result.run.err).empty()) {
+        details += "\n詳細:\n" + UnicodeText::trimmed(result.run.err);
+    }
     setNotice("削除に失敗しました:\n" +
               UnicodeText::firstGraphemes(UnicodeText::trimmed(details), kAdminFailureGraphemes));
 }

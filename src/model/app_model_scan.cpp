@@ -1,5 +1,8 @@
 // AppModel: starting, throttling, reporting and finishing category scans.
+#include <algorithm>
+
 #include "core/catalog.h"
+#include "core/path_text.h"
 #include "model/app_model.h"
 #include "model/file_probe.h"
 #include "scan/path_glob.h"
@@ -10,6 +13,35 @@ std::int64_t AppModel::sizeOfRoots(const std::vector<std::string>& roots) const 
     std::int64_t total = 0;
     for (const std::string& root : roots) total += store_->size(root).value_or(0);
     return total;
+}
+
+bool AppModel::anyInside(const std::vector<std::string>& inner,
+                         const std::vector<std::string>& outer) {
+    return std::any_of(inner.begin(), inner.end(), [&](const std::string& path) {
+        return std::any_of(outer.begin(), outer.end(), [&](const std::string& root) {
+            return PathText::isSameOrBelow(path, root);
+        });
+    });
+}
+
+bool AppModel::beingRemeasured(const std::string& root) const {
+    if (store_->size(root)) return false;
+    return std::any_of(states_.begin(), states_.end(), [&](const auto& entry) {
+        return entry.second.status == CategoryState::Status::scanning &&
+               anyInside({root}, entry.second.roots);
+    });
+}
+
+void AppModel::refreshCategory(const std::string& id, CategoryState& s) {
+    if (s.status != CategoryState::Status::done) return;
+    if (std::any_of(s.roots.begin(), s.roots.end(),
+                    [&](const std::string& root) { return beingRemeasured(root); })) {
+        return;
+    }
+    const std::int64_t bytes = sizeOfRoots(s.roots);
+    if (bytes == s.bytes) return;
+    s.bytes = bytes;
+    notify(ModelField::states, id);
 }
 
 void AppModel::scan(const CleanCategory& category) {
@@ -33,9 +65,13 @@ void AppModel::scan(const CleanCategory& category) {
     CategoryState next = state(id);
     next.roots = roots;
     next.bytes = next.files = next.dirs = next.unreadable = 0;
+    restartAtFinish_.erase(id);
     if (roots.empty()) {
         next.status = CategoryState::Status::missing;
         putState(id, std::move(next));
+        // No scan owns the category now; the one just cancelled must not turn
+        // "missing" into a result of its own when it ends.
+        if (scanTasks_.erase(id) != 0) notify(ModelField::scanTasks, id);
         return;
     }
     next.status = CategoryState::Status::scanning;
@@ -65,7 +101,8 @@ void AppModel::scan(const CleanCategory& category) {
                     total.files += one.files;
                     total.dirs += one.dirs;
                     total.unreadable += one.unreadable;
-                    if (!self.isCancelled()) walked[root] = one.bytes;
+                    // Only a folder is recorded; a root that is a file counts nothing.
+                    if (!self.isCancelled() && one.dirs > 0) walked[root] = one.bytes;
                     main->post([weak, id, bytes = total.bytes] {
                         if (const auto model = weak.lock()) model->updateProgress(id, bytes);
                     });
@@ -80,6 +117,11 @@ void AppModel::scan(const CleanCategory& category) {
         });
     scanTasks_.insert_or_assign(id, handle);
     notify(ModelField::scanTasks, id);
+    for (auto& [key, deletion] : deletions_) {
+        if (anyInside(deletion.paths, roots) || anyInside(roots, deletion.paths)) {
+            deletion.overlappedScans.insert(id);
+        }
+    }
 }
 
 void AppModel::updateProgress(const std::string& id, std::int64_t bytes) {
@@ -92,22 +134,27 @@ void AppModel::updateProgress(const std::string& id, std::int64_t bytes) {
 void AppModel::finishScan(const std::string& id, const ScanStats& stats, bool cancelled,
                           const std::map<std::string, std::int64_t>& walked,
                           const TaskHandle& task) {
+    // Only the category's current scan ends it. One that a newer scan
+    // replaced stays silent, also when it ends after that newer one; so does
+    // one whose category went missing or was removed meanwhile. A cancelled
+    // current scan is one the user stopped: it records its partial result.
     const auto it = states_.find(id);
-    if (it == states_.end()) return;
-    // A cancelled scan records its partial result only while it is still the
-    // category's current scan (the user stopped it). One that a newer scan
-    // replaced stays silent — also when it ends after that newer scan, which
-    // would otherwise overwrite the newer counts with its partial ones.
-    if (cancelled) {
-        const auto current = scanTasks_.find(id);
-        if (current == scanTasks_.end() || !(current->second == task)) return;
+    const auto current = scanTasks_.find(id);
+    if (it == states_.end() || it->second.status != CategoryState::Status::scanning ||
+        current == scanTasks_.end() || !(current->second == task)) {
+        return;
+    }
+    if (const auto restart = restartAtFinish_.find(id);
+        restart != restartAtFinish_.end() && restart->second == task) {
+        restartAtFinish_.erase(restart);
+        scanIfPresent(id);
+        return;
     }
     CategoryState& s = it->second;
     s.status = CategoryState::Status::done;
-    // Categories nest (the Homebrew cache lies inside the user caches): the
-    // scan of an enclosing category removes our roots from the store before
-    // its walk records them again. A root we walked to the end but that is
-    // missing now counts what our own walk measured, rather than nothing.
+    // A root missing from the store now, though walked to the end, was taken
+    // out by the scan of an enclosing category that walks it again: it
+    // counts what our walk measured until that scan's finish refreshes us.
     s.bytes = 0;
     for (const std::string& root : s.roots) {
         const auto mine = walked.find(root);
@@ -117,9 +164,35 @@ void AppModel::finishScan(const std::string& id, const ScanStats& stats, bool ca
     s.dirs = stats.dirs;
     s.unreadable = stats.unreadable;
     s.lastScan = Date::now();
+    const std::vector<std::string> roots = s.roots;
     notify(ModelField::states, id);
     scanTasks_.erase(id);
     notify(ModelField::scanTasks, id);
+
+    // Our walk took the roots of every category inside ours out of the store
+    // and recorded them again: their totals are read afresh. Some it cannot
+    // have recorded: those below a symbolic link (our walk does not follow
+    // one), and, when the user stopped it, those it did not reach. Such a
+    // category is measured again. (Only below our own roots when we were not
+    // stopped: two categories whose walks both leave the same root
+    // unrecorded must not start each other forever.)
+    const auto unmeasured = [&](const std::string& root) {
+        return !store_->size(root) && FileProbe::isFolder(root) && anyInside({root}, roots) &&
+               (cancelled || std::find(roots.begin(), roots.end(), root) == roots.end());
+    };
+    std::vector<std::string> again;
+    for (auto& [other, inner] : states_) {
+        if (other == id || inner.status != CategoryState::Status::done ||
+            !anyInside(inner.roots, roots)) {
+            continue;
+        }
+        if (std::any_of(inner.roots.begin(), inner.roots.end(), unmeasured)) {
+            again.push_back(other);
+        } else {
+            refreshCategory(other, inner);
+        }
+    }
+    for (const std::string& other : again) scanIfPresent(other);
     if (selectedID_ == id) loadEntries();
 }
 
@@ -135,13 +208,7 @@ void AppModel::scanAll() {
 }
 
 void AppModel::refreshCategorySizes() {
-    for (auto& [id, s] : states_) {
-        if (s.status != CategoryState::Status::done) continue;
-        const std::int64_t bytes = sizeOfRoots(s.roots);
-        if (bytes == s.bytes) continue;
-        s.bytes = bytes;
-        notify(ModelField::states, id);
-    }
+    for (auto& [id, s] : states_) refreshCategory(id, s);
 }
 
 }  // namespace kelvane

@@ -9,8 +9,17 @@ namespace {
 
 constexpr const char* kXcrun = "/usr/bin/xcrun";
 
-std::string failureText(const ShellResult& result) {
-    return UnicodeText::trimmed(result.out + "\n" + result.err);
+// `lead` and why the tool failed, in our words. What the tool itself wrote
+// is quoted after a lead-in of its own, since it may be in any language; a
+// tool that could not be started at all has our description in `err`.
+std::string failureText(const std::string& lead, const ShellResult& result) {
+    const bool started = result.status != -1;
+    std::string text = lead + (started ? " (終了コード " + std::to_string(result.status) + ")。"
+                                       : "。\n" + UnicodeText::trimmed(result.err));
+    const std::string output =
+        UnicodeText::trimmed(started ? result.out + "\n" + result.err : result.out);
+    if (!output.empty()) text += "\nツールの出力:\n" + output;
+    return text;
 }
 
 }  // namespace
@@ -62,7 +71,7 @@ void AppModel::confirmDeleteSnapshots(const std::vector<std::string>& dates) {
                         m.setNotice(std::string(
                             "削除しました。容量への反映には少し時間がかかることがあります。"));
                     } else if (result.err.find("-128") == std::string::npos) {
-                        m.setNotice("削除に失敗しました:\n" + failureText(result));
+                        m.setNotice(failureText("削除に失敗しました", result));
                     }
                     m.loadSnapshots();
                     m.refreshDisk();
@@ -91,7 +100,7 @@ void AppModel::confirmDeleteRuntime(const SimRuntime& runtime) {
                                                false);
                                       m.setNotice(runtime.name + " を削除しました。");
                                   } else {
-                                      m.setNotice("削除に失敗しました:\n" + failureText(result));
+                                      m.setNotice(failureText("削除に失敗しました", result));
                                   }
                                   m.loadRuntimes();
                                   m.refreshDisk();
@@ -118,7 +127,8 @@ void AppModel::confirmDeleteUnavailableSims() {
                         m.addLog("使用不可のシミュレータを削除", false);
                         m.setNotice(std::string("使用不可のシミュレータを削除しました。"));
                     } else {
-                        m.setNotice("失敗しました:\n" + failureText(result));
+                        m.setNotice(
+                            failureText("使用不可のシミュレータの削除に失敗しました", result));
                     }
                     m.scanIfPresent("sim_devices");
                     m.refreshDisk();

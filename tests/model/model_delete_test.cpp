@@ -1,382 +1,209 @@
 #include <unistd.h>
 
 #include "core/fmt.h"
-#include "core/path_text.h"
 #include "model_fixture.h"
 
 namespace kelvane::test {
 namespace {
 
-using Status = CategoryState::Status;
-
 const std::string kIrreversible = "\n\nこの操作は取り消せません。";
-
-std::string readText(const std::string& p) {
-    std::ifstream in(p, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
+const std::string kSafe =
+    "\n\n削除しても必要に応じて自動的に再生成されます。関連アプリを終了してから削除すると確実です"
+    "。";
 
 class DeleteTest : public ModelTest {
   protected:
-    // A model over one folder category "c" rooted at home/c, measured.
-    void makeScannedModel(std::vector<CleanCategory> extra = {}) {
-        std::vector<CleanCategory> categories{folderCategory("c", {path("c")})};
-        categories.insert(categories.end(), extra.begin(), extra.end());
-        makeModel(categories);
-        for (const CleanCategory& category : model->categories()) model->scan(category);
-        settle();
-    }
-
     std::int64_t stored(const std::string& relative) const {
         return model->store().size(path(relative)).value_or(-1);
     }
-
-    // Confirms the pending deletion and waits for its report.
-    void confirmAndSettle() {
-        confirm();
-        settle();
-    }
 };
 
-TEST_F(DeleteTest, ConfirmDeleteNamesFiveItemsAndCountsTheRest) {
-    makeFolder("c/sub");
+TEST_F(DeleteTest, Confirmations) {
     makeFile("c/sub/inner", 40'000);
     for (int i = 1; i <= 6; ++i) makeFile("c/f" + std::to_string(i), 1000 * i);
-    makeScannedModel();
+    makeTrashed("old.txt", 5000);
+    makeTrashed("dir/x", 5000);
+    makeFile(".local/share/Trash/files-old/x", 100);
+    makeFile("danger/one", 1000);
+    makeFile("danger2/sub/two", 1000);
+    makeFolder("empty");
+    makeFile("never/x", 100);
+    CleanCategory danger = folderCategory("danger", {path("danger"), path("danger2")});
+    danger.risk = Risk::danger;
+    std::vector<CleanCategory> categories = catalogRows({"trash"});
+    categories.insert(categories.end(), {folderCategory("c", {path("c")}), danger,
+                                         folderCategory("empty", {path("empty")}),
+                                         folderCategory("never", {path("never")})});
+    makeModel(categories);
+    for (std::size_t i = 0; i < 4; ++i) model->scan(model->categories()[i]);  // not "never"
+    settle();
 
     // A measured folder counts with its recorded size, a file with its own
     // blocks, a path that is gone with nothing.
-    std::vector<std::string> paths{path("c/sub")};
-    std::int64_t total = stored("c/sub");
-    for (int i = 1; i <= 6; ++i) {
-        paths.push_back(path("c/f" + std::to_string(i)));
-        total += allocated(paths.back());
+    std::vector<std::string> c8{path("c/sub")};
+    for (int i = 1; i <= 6; ++i) c8.push_back(path("c/f" + std::to_string(i)));
+    c8.push_back(path("c/none"));
+    const auto total = [&](std::size_t n) {
+        std::int64_t sum = stored("c/sub");
+        for (std::size_t i = 1; i < std::min<std::size_t>(n, 7); ++i) sum += allocated(c8[i]);
+        return "合計 " + Fmt::bytes(sum) + "\n\nsub\nf1\nf2\nf3\nf4";
+    };
+    const auto about = [&](const std::string& id) {
+        return " 項目 / 約 " + Fmt::bytes(model->state(id).bytes);
+    };
+    const std::vector<std::string> trashed{trashFiles() + "/old.txt", trashFiles() + "/dir"};
+    struct Row {
+        std::function<void()> ask;
+        std::string title;
+        std::string message;  // all of it, or (when `start`) how it begins
+        bool permanent;
+        bool start = false;
+    };
+    const std::vector<Row> rows{
+        {[&] { model->confirmDelete(c8, false); }, "8 項目をゴミ箱に入れますか？",
+         total(8) + "\n…ほか 3 項目", false},
+        {[&] {
+             model->confirmDelete({c8.begin(), c8.begin() + 6}, true);
+         },
+         "6 項目を完全に削除しますか？", total(6) + "\n…ほか 1 項目" + kIrreversible, true},
+        {[&] {
+             model->confirmDelete({c8.begin(), c8.begin() + 5}, false);
+         },
+         "5 項目をゴミ箱に入れますか？", total(5), false},
+        // Items already in the Trash can only be deleted for good; one item
+        // outside it, or in a look-alike folder, puts the batch in the Trash.
+        {[&] { model->confirmDelete(trashed, false); }, "2 項目を完全に削除しますか？", "合計 ",
+         true, true},
+        {[&] {
+             model->confirmDelete({trashed[0], c8[1]}, false);
+         },
+         "2 項目をゴミ箱に入れますか？", "合計 ", false, true},
+        {[&] { model->confirmDelete({path(".local/share/Trash/files-old/x")}, false); },
+         "1 項目をゴミ箱に入れますか？", "合計 ", false, true},
+        // The category's size, then the text of its risk.
+        {[&] { model->confirmCleanCategory(model->categories()[1], false); },
+         "「c」の中身をすべてゴミ箱に入れますか？", "7" + about("c") + kSafe, false},
+        {[&] { model->confirmCleanCategory(danger, false); },
+         "「danger」の中身をすべてゴミ箱に入れますか？",
+         "2" + about("danger") + "\n\n削除するとデータを失う可能性があります。", false, true},
+        // The Trash is always emptied for good.
+        {[&] { model->confirmCleanCategory(model->categories()[0], false); },
+         "「ゴミ箱」の中身をすべて完全に削除しますか？",
+         "2" + about("trash") + kSafe + kIrreversible, true},
+        // In list order, unknown ids ignored, only measured categories counted.
+        {[&] {
+             model->confirmQuickClean({"danger", "nope", "never"});
+         },
+         "クイッククリーンを実行しますか？",
+         "対象: danger, never\n2" + about("danger") + " を完全に削除します。", true, true},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.title);
+        model->setPendingAction(std::nullopt);
+        row.ask();
+        ASSERT_TRUE(model->pendingAction());
+        const std::string& message = model->pendingAction()->message;
+        EXPECT_EQ(model->pendingAction()->title, row.title);
+        EXPECT_EQ(row.start ? message.substr(0, row.message.size()) : message, row.message);
+        EXPECT_EQ(model->pendingAction()->destructiveLabel,
+                  row.permanent ? "完全に削除" : "ゴミ箱へ入れる");
     }
-    paths.push_back(path("c/none"));
-    ASSERT_GT(stored("c/sub"), allocated(path("c/sub")));
-
-    model->confirmDelete(paths, false);
-    ASSERT_TRUE(model->pendingAction());
-    EXPECT_EQ(model->pendingAction()->title, "8 項目をゴミ箱に入れますか？");
-    EXPECT_EQ(model->pendingAction()->message,
-              "合計 " + Fmt::bytes(total) + "\n\nsub\nf1\nf2\nf3\nf4\n…ほか 3 項目");
-    EXPECT_EQ(model->pendingAction()->destructiveLabel, "ゴミ箱へ入れる");
-
-    paths.resize(6);
-    model->confirmDelete(paths, true);
-    EXPECT_EQ(model->pendingAction()->title, "6 項目を完全に削除しますか？");
-    EXPECT_TRUE(model->pendingAction()->message.ends_with("f4\n…ほか 1 項目" + kIrreversible));
-    EXPECT_EQ(model->pendingAction()->destructiveLabel, "完全に削除");
-
-    paths.resize(5);
-    model->confirmDelete(paths, false);
-    EXPECT_TRUE(model->pendingAction()->message.ends_with("\n\nsub\nf1\nf2\nf3\nf4"));
 
     model->setPendingAction(std::nullopt);
     model->confirmDelete({}, true);
-    EXPECT_FALSE(model->pendingAction());
     EXPECT_FALSE(model->notice());
-}
-
-TEST_F(DeleteTest, ItemsInTheHomeTrashAreOnlyDeletedForGood) {
-    makeTrashed("old.txt", 5000);
-    makeTrashed("dir/x", 5000);
-    makeTrashed("stay", 100);
-    makeFile("c/live.txt", 100);
-    makeFile(".Trash/elsewhere", 100);
-    makeFile(".local/share/Trash/files-old/x", 100);
-    makeScannedModel();
-
-    const std::vector<std::string> inTrash{trashFiles() + "/old.txt", trashFiles() + "/dir"};
-    const auto titleFor = [&](const std::vector<std::string>& paths) {
-        model->confirmDelete(paths, false);
-        return model->pendingAction()->title;
-    };
-    EXPECT_EQ(titleFor(inTrash), "2 項目を完全に削除しますか？");
-    EXPECT_TRUE(model->pendingAction()->message.ends_with("old.txt\ndir" + kIrreversible));
-    EXPECT_EQ(model->pendingAction()->destructiveLabel, "完全に削除");
-    EXPECT_EQ(titleFor({trashFiles() + "/dir/x"}), "1 項目を完全に削除しますか？");
-
-    // One item outside the Trash puts the whole batch back into the Trash;
-    // so does a folder that only looks like the Trash, or the old ~/.Trash.
-    EXPECT_EQ(titleFor({inTrash[0], path("c/live.txt")}), "2 項目をゴミ箱に入れますか？");
-    EXPECT_EQ(titleFor({path(".local/share/Trash/files-old/x")}), "1 項目をゴミ箱に入れますか？");
-    EXPECT_EQ(titleFor({path(".Trash/elsewhere")}), "1 項目をゴミ箱に入れますか？");
-
-    model->confirmDelete(inTrash, false);
-    confirmAndSettle();
-    for (const std::string name : {"old.txt", "dir"}) {
-        EXPECT_FALSE(exists(trashFiles() + "/" + name)) << name;
-        EXPECT_FALSE(exists(trashInfo() + "/" + name + ".trashinfo")) << name;
-    }
-    // Nothing came back into the Trash, and the other trashed item is whole.
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(trashFiles()), {}), 1);
-    EXPECT_TRUE(exists(trashInfo() + "/stay.trashinfo"));
-    EXPECT_TRUE(exists(path("c/live.txt")));
-    EXPECT_TRUE(model->notice()->starts_with("2 項目を削除し、約 "));
-
+    model->confirmCleanCategory(model->categories()[3], false);
+    EXPECT_EQ(model->notice(), "削除する項目がありません");
+    model->setNotice(std::nullopt);
+    model->confirmQuickClean({"never"});
+    EXPECT_EQ(model->notice(), "削除する項目がありません");
+    EXPECT_FALSE(model->pendingAction());
     // A model told of no trash folder never takes every path for trashed.
     ModelEnvironment bare;
     bare.home = home;
     const auto other = AppModel::create(queue, services, bare);
-    other->confirmDelete({path("c/live.txt")}, false);
+    other->confirmDelete({c8[1]}, false);
     EXPECT_EQ(other->pendingAction()->title, "1 項目をゴミ箱に入れますか？");
 }
 
-TEST_F(DeleteTest, CleanCategoryTitlesMessagesAndRiskTexts) {
-    makeTrashed("a", 3000);
-    makeTrashed("b/c", 3000);
-    makeFile("safe/one", 1000);
-    makeFile("caution/one", 1000);
-    makeFile("danger/one", 1000);
-    makeFile("danger2/sub/two", 1000);
-    makeFile("outside", 1000);
-    CleanCategory safe = folderCategory("safe", {path("safe")});
-    CleanCategory caution = folderCategory("caution", {path("caution")});
-    caution.risk = Risk::caution;
-    CleanCategory danger = folderCategory("danger", {path("danger"), path("danger2")});
-    danger.risk = Risk::danger;
-    CleanCategory empty = folderCategory("empty", {path("empty")});
-    makeFolder("empty");
-    std::vector<CleanCategory> categories{safe, caution, danger, empty};
-    for (const CleanCategory& c : Catalog::build(home, home + "/tmpbase", trashFiles())) {
-        if (c.id == "trash") categories.push_back(c);
-    }
+TEST_F(DeleteTest, TrashedItemsGoForGoodAndEmptyingKeepsEveryRoot) {
+    makeTrashed("old.txt", 5000);
+    makeTrashed("dir/x", 5000);
+    makeTrashed("stay", 100);
+    makeFile("d1/one", 1000);
+    makeFile("d2/sub/two", 1000);
+    makeFile("outside", 100);
+    std::vector<CleanCategory> categories = catalogRows({"trash"});
+    categories.push_back(folderCategory("d", {path("d1"), path("d2")}));
     makeModel(categories);
-    for (const CleanCategory& category : model->categories()) model->scan(category);
-    settle();
-
-    const auto bytesOf = [&](const std::string& id) { return Fmt::bytes(model->state(id).bytes); };
-    model->confirmCleanCategory(safe, false);
-    EXPECT_EQ(model->pendingAction()->title, "「safe」の中身をすべてゴミ箱に入れますか？");
-    EXPECT_EQ(model->pendingAction()->message,
-              "1 項目 / 約 " + bytesOf("safe") +
-                  "\n\n削除しても必要に応じて自動的に再生成されます。関連アプリを終了してから削除"
-                  "すると確実です。");
-    EXPECT_EQ(model->pendingAction()->destructiveLabel, "ゴミ箱へ入れる");
-
-    model->confirmCleanCategory(caution, true);
-    EXPECT_EQ(model->pendingAction()->title, "「caution」の中身をすべて完全に削除しますか？");
-    EXPECT_EQ(model->pendingAction()->message,
-              "1 項目 / 約 " + bytesOf("caution") +
-                  "\n\nアプリの設定やデータが含まれる場合があります。中身を確認し、不要なものだけ"
-                  "個別に削除してください。" +
-                  kIrreversible);
-    EXPECT_EQ(model->pendingAction()->destructiveLabel, "完全に削除");
-
-    model->confirmCleanCategory(danger, false);
-    EXPECT_EQ(model->pendingAction()->message,
-              "2 項目 / 約 " + bytesOf("danger") +
-                  "\n\n削除するとデータを失う可能性があります。内容を理解している場合のみ削除して"
-                  "ください。");
-
-    // The Trash is always emptied for good, whatever the caller asked.
-    const CleanCategory trash = model->categories().back();
-    model->confirmCleanCategory(trash, false);
-    EXPECT_EQ(model->pendingAction()->title, "「ゴミ箱」の中身をすべて完全に削除しますか？");
-    EXPECT_EQ(model->pendingAction()->message,
-              "2 項目 / 約 " + bytesOf("trash") +
-                  "\n\n削除しても必要に応じて自動的に再生成されます。関連アプリを終了してから削除"
-                  "すると確実です。" +
-                  kIrreversible);
-    EXPECT_EQ(model->pendingAction()->destructiveLabel, "完全に削除");
+    scanEach();
+    // Items in the Trash go for good, with their info files.
+    model->confirmDelete({trashFiles() + "/old.txt", trashFiles() + "/dir"}, false);
     confirmAndSettle();
+    EXPECT_TRUE(model->notice()->starts_with("2 項目を削除し、約 "));
+    // Quick clean empties every root for good: nothing reaches the Trash.
+    model->confirmQuickClean({"d"});
+    confirmAndSettle();
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(trashFiles()), {}), 1);
+    EXPECT_TRUE(exists(path("d1")) && exists(path("d2")) && exists(path("outside")));
+    EXPECT_FALSE(exists(path("d1/one")) || exists(path("d2/sub")));
+    EXPECT_EQ(model->state("d").bytes, fresh(path("d1")) + fresh(path("d2")));
     // Emptied in place: the folder stays, its items and their info files go.
-    ASSERT_TRUE(exists(trashFiles()));
+    model->confirmCleanCategory(model->categories()[0], false);
+    confirmAndSettle();
     EXPECT_TRUE(std::filesystem::is_empty(trashFiles()));
-    EXPECT_TRUE(std::filesystem::is_empty(trashInfo()));
-    EXPECT_EQ(model->state("trash").bytes, allocated(trashFiles()));
-
-    // Every root is emptied, but the roots themselves stay.
-    model->confirmCleanCategory(danger, true);
-    confirmAndSettle();
-    EXPECT_TRUE(exists(path("danger")) && exists(path("danger2")));
-    EXPECT_FALSE(exists(path("danger/one")) || exists(path("danger2/sub")));
-    EXPECT_TRUE(exists(path("outside")));
-    EXPECT_EQ(model->state("danger").bytes, stored("danger") + stored("danger2"));
-    EXPECT_EQ(stored("danger2"), allocated(path("danger2")));
-
-    model->setNotice(std::nullopt);
-    model->confirmCleanCategory(empty, false);
-    EXPECT_FALSE(model->pendingAction());
-    EXPECT_EQ(model->notice(), "削除する項目がありません");
+    EXPECT_EQ(model->state("trash").bytes, fresh(trashFiles()));
 }
 
-TEST_F(DeleteTest, QuickCleanCountsOnlyMeasuredCategoriesButNamesAll) {
-    makeFile("done/a", 7000);
-    makeFile("done/b/c", 9000);
-    makeFile("never/x", 5000);
-    makeFile("unticked/y", 5000);
-    makeModel({{folderCategory("unticked", {path("unticked")}),
-                folderCategory("never", {path("never")}), folderCategory("done", {path("done")})}});
-    model->scan(model->categories()[0]);
-    model->scan(model->categories()[2]);
-    settle();
-    ASSERT_EQ(model->state("never").status, Status::idle);
-
-    // List order decides, not the order of the ticks; unknown ids are ignored.
-    model->confirmQuickClean({"done", "nope", "never"});
-    ASSERT_TRUE(model->pendingAction());
-    EXPECT_EQ(model->pendingAction()->title, "クイッククリーンを実行しますか？");
-    EXPECT_EQ(model->pendingAction()->message,
-              "対象: never, done\n2 項目 / 約 " + Fmt::bytes(model->state("done").bytes) +
-                  " を完全に削除します。\n\n使用中のファイルは削除に失敗することがあります "
-                  "(その場合はアプリを終了して再実行)。");
-    EXPECT_EQ(model->pendingAction()->destructiveLabel, "完全に削除");
-    confirmAndSettle();
-    EXPECT_FALSE(exists(path("done/a")));
-    EXPECT_FALSE(exists(path("done/b")));
-    EXPECT_FALSE(exists(trashFiles()));  // never to the Trash
-    EXPECT_TRUE(exists(path("never/x")));
-    EXPECT_TRUE(exists(path("unticked/y")));
-
-    model->setPendingAction(std::nullopt);
-    model->confirmQuickClean({"never"});
-    EXPECT_FALSE(model->pendingAction());
-    EXPECT_EQ(model->notice(), "削除する項目がありません");
-}
-
-TEST_F(DeleteTest, MovingThreeItemsToTheTrashReportsAndRescansTheTrash) {
+TEST_F(DeleteTest, OverlappingDeletionsReportRescanAndLowerEveryFolderAbove) {
+    const std::string odd = "\xff\xfe.bin";  // not UTF-8: deleted by its listed path
+    const std::string cafe = "caf\xe9";
+    const auto item = [&](const std::string& name) { return path("Library/Caches/" + name); };
     makeFile("Library/Caches/app/blob", 200'000);
     makeFile("Library/Caches/app/sub/more", 30'000);
-    makeFile("Library/Caches/one.db", 12'345);
-    makeFile("Library/Caches/two.log", 1);
+    makeFile("Library/Caches/app/sub/z/deeper", 70'000);
+    makeFile("Library/Caches/" + odd, 12'345);
+    makeFile("Library/Caches/" + cafe, 5000);
     makeFile("Library/Caches/keep", 4096);
+    makeFile("target/inside", 50'000);
+    for (const std::string link : {"link", "link2"})
+        ASSERT_EQ(::symlink(path("target").c_str(), item(link).c_str()), 0);
     makeTrashed("earlier", 4096);
-    makeModel();
-    const std::vector<CleanCategory> categories = model->categories();
-    for (const CleanCategory& c : categories) {
-        if (c.id == "user_caches" || c.id == "trash") model->scan(c);
-    }
+    makeModel(catalogRows({"user_caches", "trash"}));
+    scanEach();
+    model->setSelectedID(std::string("user_caches"));
+    model->didChangeSelection();
     settle();
-    const std::int64_t cachesBefore = stored("Library/Caches");
-    const std::int64_t freed = stored("Library/Caches/app") +
-                               allocated(path("Library/Caches/one.db")) +
-                               allocated(path("Library/Caches/two.log"));
-    const std::int64_t trashBefore = model->state("trash").bytes;
-    const std::int64_t trashFolderBefore = allocated(trashFiles());
-    ASSERT_EQ(model->state("trash").roots, std::vector<std::string>{trashFiles()});
-    ASSERT_GT(trashBefore, 0);
+    std::set<std::string> listed;
+    for (const Entry& e : model->entries()) listed.insert(e.path);
+    ASSERT_TRUE(listed.count(item(odd)) && listed.count(item(cafe)));
 
-    std::vector<std::string> events;
-    Status trashStatus = model->state("trash").status;
-    model->subscribe([&](const ModelChange& change) {
-        if (change.field == ModelField::states && change.key == "trash" &&
-            model->state("trash").status != trashStatus) {
-            trashStatus = model->state("trash").status;
-            if (trashStatus == Status::scanning) events.push_back("trash scanning");
-        }
-        if (change.field == ModelField::log) events.push_back("log");
-        if (change.field == ModelField::notice) events.push_back("notice");
-    });
-    const int readsBefore = diskReads;
-    model->confirmDelete(
-        {path("Library/Caches/app"), path("Library/Caches/one.db"), path("Library/Caches/two.log")},
-        false);
+    // Confirmed back to back, the three run at once.
+    const std::int64_t moved = allocated(item(odd)) + allocated(item("link"));
+    const std::int64_t freed = stored("Library/Caches/app/sub") + allocated(item(cafe));
+    model->confirmDelete({item(odd), item("link")}, false);
     confirm();
-    EXPECT_EQ(model->busyMessage(), "ゴミ箱へ移動中…");
-    settle();
-
-    const std::string summary =
-        "3 項目 (約 " + Fmt::bytes(freed) +
-        ") をゴミ箱に入れました。容量を解放するにはゴミ箱を空にしてください。";
-    ASSERT_FALSE(model->log().empty());
-    EXPECT_EQ(model->log().back().message, summary);
-    EXPECT_FALSE(model->log().back().isError);
-    EXPECT_EQ(model->notice(), summary);
-    EXPECT_EQ(events, (std::vector<std::string>{"trash scanning", "log", "notice"}));
-    EXPECT_EQ(model->state("trash").status, Status::done);
-    EXPECT_EQ(model->busyMessage(), std::nullopt);
-    EXPECT_GT(diskReads, readsBefore);
-
-    for (const std::string name : {"app", "one.db", "two.log"}) {
-        EXPECT_FALSE(exists(path("Library/Caches/" + name))) << name;
-        EXPECT_TRUE(exists(trashFiles() + "/" + name)) << name;
-        EXPECT_TRUE(readText(trashBase() + "/Trash/info/" + name + ".trashinfo")
-                        .find("Path=" + path("Library/Caches/" + name)) != std::string::npos);
-    }
-    EXPECT_TRUE(exists(path("Library/Caches/keep")));
-    EXPECT_TRUE(exists(trashFiles() + "/app/sub/more"));
-
-    // The rescan sees the moved items in "ゴミ箱" (the files folder's own
-    // entry may have grown while taking three more names).
-    EXPECT_EQ(model->state("trash").bytes,
-              trashBefore + freed + allocated(trashFiles()) - trashFolderBefore);
-
-    // The store and the category lose exactly what went away.
-    EXPECT_EQ(stored("Library/Caches"), cachesBefore - freed);
-    EXPECT_EQ(model->state("user_caches").bytes, cachesBefore - freed);
-    EXPECT_FALSE(model->store().size(path("Library/Caches/app")));
-    EXPECT_FALSE(model->store().size(path("Library/Caches/app/sub")));
-}
-
-TEST_F(DeleteTest, PermanentDeletionLowersEveryAncestorByTheDeletedAmount) {
-    makeFile("c/x/y/big", 300'000);
-    makeFile("c/x/y/z/deeper", 70'000);
-    makeFile("c/x/small", 9000);
-    makeFile("c/x/stay", 9000);
-    makeFile("c/keep/k", 9000);
-    makeScannedModel();
-    const std::int64_t c = stored("c");
-    const std::int64_t x = stored("c/x");
-    const std::int64_t keep = stored("c/keep");
-    const std::int64_t freed = stored("c/x/y") + allocated(path("c/x/small"));
-
-    model->confirmDelete({path("c/x/y"), path("c/x/small")}, true);
+    model->confirmDelete({item("app/sub"), item(cafe)}, true);
     confirm();
-    EXPECT_EQ(model->busyMessage(), "削除中…");
+    model->confirmDelete({item("link2")}, true);
+    confirm();
     settle();
-
-    EXPECT_EQ(stored("c"), c - freed);
-    EXPECT_EQ(stored("c/x"), x - freed);
-    EXPECT_EQ(stored("c/keep"), keep);
-    EXPECT_FALSE(model->store().size(path("c/x/y")));
-    EXPECT_FALSE(model->store().size(path("c/x/y/z")));
-    EXPECT_EQ(model->state("c").bytes, c - freed);
-    const std::string summary = "2 項目を削除し、約 " + Fmt::bytes(freed) + " を解放しました。";
-    EXPECT_EQ(model->log().back().message, summary);
-    EXPECT_EQ(model->notice(), summary);
-    EXPECT_FALSE(exists(path("c/x/y")));
-    EXPECT_TRUE(exists(path("c/x/stay")));
-    EXPECT_TRUE(exists(path("c/keep/k")));
-    EXPECT_FALSE(exists(trashFiles()));
-
-    // A fresh walk agrees with the corrected numbers.
-    SizeStore fresh;
-    Scanner::scan(path("c"), fresh);
-    EXPECT_EQ(fresh.size(path("c")), stored("c"));
-}
-
-TEST_F(DeleteTest, OverlappingDeletionsKeepTheStoreConsistent) {
-    for (int i = 0; i < 6; ++i) makeFile("c/d" + std::to_string(i) + "/f", 20'000 * (i + 1));
-    makeScannedModel();
-    const std::int64_t before = stored("c");
-    std::int64_t freed = 0;
-    for (int i = 0; i < 6; ++i) freed += stored("c/d" + std::to_string(i));
-
-    // Confirmed back to back: three deletions run at once.
-    for (int i = 0; i < 6; i += 2) {
-        model->confirmDelete({path("c/d" + std::to_string(i)), path("c/d" + std::to_string(i + 1))},
-                             i != 2);
-        confirm();
-    }
-    settle();
-    EXPECT_EQ(stored("c"), before - freed);
-    EXPECT_EQ(model->state("c").bytes, before - freed);
-    ASSERT_GE(model->log().size(), 3u);
+    std::set<std::string> logged;
+    for (const LogEntry& entry : model->log()) logged.insert(entry.message);
+    EXPECT_TRUE(
+        logged.count("2 項目 (約 " + Fmt::bytes(moved) +
+                     ") をゴミ箱に入れました。容量を解放するにはゴミ箱を空にしてください。"));
+    EXPECT_TRUE(logged.count("2 項目を削除し、約 " + Fmt::bytes(freed) + " を解放しました。"));
     EXPECT_EQ(model->notice(), model->log().back().message);
     EXPECT_EQ(model->busyMessage(), std::nullopt);
-}
-
-TEST_F(DeleteTest, AConfirmationOutlivingTheModelDoesNothing) {
-    makeFile("c/f", 100);
-    makeScannedModel();
-    model->confirmDelete({path("c/f")}, true);
-    const PendingAction action = *model->pendingAction();
-    model.reset();
-    action.perform();
-    settle();
-    EXPECT_TRUE(exists(path("c/f")));
+    EXPECT_TRUE(exists(trashFiles() + "/" + odd) && exists(path("target/inside")));
+    // The store, the caches and the rescanned Trash all match the disk.
+    for (const std::string folder : {"Library/Caches", "Library/Caches/app"})
+        EXPECT_EQ(stored(folder), fresh(path(folder))) << folder;
+    EXPECT_FALSE(model->store().size(item("app/sub/z")));
+    EXPECT_EQ(model->state("user_caches").bytes, fresh(path("Library/Caches")));
+    EXPECT_EQ(model->state("trash").bytes, fresh(trashFiles()));
+    EXPECT_EQ(model->entries().size(), 2u);  // "app" and "keep"
 }
 
 TEST_F(DeleteTest, TheBrowserStepsOutOfDeletedFolders) {
@@ -384,72 +211,25 @@ TEST_F(DeleteTest, TheBrowserStepsOutOfDeletedFolders) {
     makeFile("c/other", 100);
     makeFile("r1/x/f", 100);
     makeFile("r2/f", 100);
-    makeScannedModel({folderCategory("two", {path("r1"), path("r2")})});
-
+    makeModel(
+        {{folderCategory("c", {path("c")}), folderCategory("two", {path("r1"), path("r2")})}});
+    scanEach();
     model->setSelectedID("c");
     model->setBrowserPath(path("c/a/b"));
     model->confirmDelete({path("c/a")}, true);
     confirmAndSettle();
     EXPECT_EQ(model->browserPath(), path("c"));
-    ASSERT_EQ(model->entries().size(), 1u);
-    EXPECT_EQ(model->entries()[0].path, path("c/other"));
-
+    EXPECT_EQ(model->entries().size(), 1u);  // "other"
     // The only root of a category is never left, even when it is gone.
     model->confirmDelete({path("c")}, true);
     confirmAndSettle();
     EXPECT_EQ(model->browserPath(), path("c"));
-
     // A vanished root among several gives way to its parent folder.
     model->setSelectedID("two");
     model->setBrowserPath(path("r1/x"));
     model->confirmDelete({path("r1")}, false);
     confirmAndSettle();
     EXPECT_EQ(model->browserPath(), home);
-}
-
-TEST_F(DeleteTest, LinksLoseTheLinkOnlyAndNonUtf8NamesGoByTheirListedPath) {
-    const std::string toTrash = "\xff\xfe.bin";
-    const std::string forGood = "caf\xe9";
-    makeFile("target/inside", 50'000);
-    makeFile("c/" + toTrash, 5000);
-    makeFile("c/" + forGood, 5000);
-    makeFile("c/plain", 5000);
-    ASSERT_EQ(::symlink(path("target").c_str(), path("c/link").c_str()), 0);
-    ASSERT_EQ(::symlink(path("target").c_str(), path("c/link2").c_str()), 0);
-    makeScannedModel();
-    model->setSelectedID("c");
-    model->didChangeSelection();
-    settle();
-    const auto listed = [&](const std::string& name) {
-        for (const Entry& e : model->entries()) {
-            if (PathText::lastComponent(e.path) == name) return e.path;
-        }
-        return std::string();
-    };
-    const std::string first = listed(toTrash);
-    const std::string second = listed(forGood);
-    ASSERT_EQ(first, path("c/" + toTrash));
-    ASSERT_EQ(second, path("c/" + forGood));
-
-    model->confirmDelete({path("c/link"), first}, false);
-    confirmAndSettle();
-    struct stat info {};
-    ASSERT_EQ(::lstat((trashFiles() + "/link").c_str(), &info), 0);
-    EXPECT_TRUE(S_ISLNK(info.st_mode));
-    EXPECT_TRUE(exists(trashFiles() + "/" + toTrash));
-    EXPECT_NE(readText(trashInfo() + "/" + toTrash + ".trashinfo").find("%FF%FE.bin"),
-              std::string::npos);
-
-    const std::int64_t size = allocated(second) + allocated(path("c/link2"));
-    model->confirmDelete({path("c/link2"), second}, true);
-    confirmAndSettle();
-    for (const std::string& gone : {path("c/link"), path("c/link2"), first, second}) {
-        EXPECT_FALSE(exists(gone)) << gone;
-    }
-    EXPECT_TRUE(exists(path("target/inside")));
-    EXPECT_TRUE(exists(path("c/plain")));
-    EXPECT_EQ(model->entries().size(), 1u);
-    EXPECT_EQ(model->notice(), "2 項目を削除し、約 " + Fmt::bytes(size) + " を解放しました。");
 }
 
 }  // namespace

@@ -2,15 +2,15 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <regex>
+#include <set>
 #include <string>
 
 #include "core/catalog.h"
@@ -30,45 +30,41 @@ class FakeServices : public Services {
     std::vector<std::vector<std::string>> revealed;
     std::vector<std::string> snapshotList;
     std::vector<SimRuntime> runtimeList;
-    ShellResult snapshotDeleteResult;
+    // What every tool run answers: the snapshot deletion and `run`.
     ShellResult runResult;
-    // What the administrator run answers; unset, every given path is
-    // reported deleted with status 0.
-    std::optional<AdminDeleteResult> adminResult;
-    std::mutex mutex;
+    // Each tool run: the executable and its arguments, or "deleteSnapshots"
+    // and the dates.
     std::vector<std::vector<std::string>> runCalls;
+    AdminDeleteResult adminResult;
     std::vector<std::vector<std::string>> adminCalls;
-    std::vector<std::vector<std::string>> snapshotDeleteCalls;
-    // What the administrator run does to the disk before it answers;
-    // nothing by default.
-    std::function<void(const std::vector<std::string>&)> adminEffect;
+    std::atomic<int> lists{0};  // snapshot and runtime listings
+    std::mutex mutex;
 
     std::optional<std::string> chooseFolder() override { return folderToChoose; }
     void reveal(const std::vector<std::string>& paths) override { revealed.push_back(paths); }
     void openFullDiskAccessSettings() override {}
     std::optional<std::string> initialSelection() override { return initial; }
-    std::vector<std::string> listSnapshots() override { return snapshotList; }
-    ShellResult deleteSnapshots(const std::vector<std::string>& dates) override {
-        const std::lock_guard lock(mutex);
-        snapshotDeleteCalls.push_back(dates);
-        return snapshotDeleteResult;
+    std::vector<std::string> listSnapshots() override {
+        ++lists;
+        return snapshotList;
     }
-    std::vector<SimRuntime> listRuntimes() override { return runtimeList; }
+    ShellResult deleteSnapshots(const std::vector<std::string>& dates) override {
+        return run("deleteSnapshots", dates);
+    }
+    std::vector<SimRuntime> listRuntimes() override {
+        ++lists;
+        return runtimeList;
+    }
     ShellResult run(const std::string& executable, const std::vector<std::string>& args) override {
         const std::lock_guard lock(mutex);
-        std::vector<std::string> call{executable};
-        call.insert(call.end(), args.begin(), args.end());
-        runCalls.push_back(call);
+        runCalls.push_back({executable});
+        runCalls.back().insert(runCalls.back().end(), args.begin(), args.end());
         return runResult;
     }
     AdminDeleteResult deleteAsAdmin(const std::vector<std::string>& paths) override {
         const std::lock_guard lock(mutex);
         adminCalls.push_back(paths);
-        if (adminEffect) adminEffect(paths);
-        if (adminResult) return *adminResult;
-        AdminDeleteResult allDeleted;
-        for (const std::string& p : paths) allDeleted.outcome.deleted.push_back({p, 0});
-        return allDeleted;
+        return adminResult;
     }
 };
 
@@ -86,10 +82,9 @@ class ModelTest : public ::testing::Test {
         model.reset();
     }
 
-    // The folder holding the trash the model's deletions use.
-    std::string trashBase() const { return home + "/.local/share"; }
-    std::string trashFiles() const { return trashBase() + "/Trash/files"; }
-    std::string trashInfo() const { return trashBase() + "/Trash/info"; }
+    // The trash the model's deletions use.
+    std::string trashFiles() const { return home + "/.local/share/Trash/files"; }
+    std::string trashInfo() const { return home + "/.local/share/Trash/info"; }
 
     // What the window does when the user confirms: the dialog goes away, then
     // the action runs.
@@ -98,6 +93,10 @@ class ModelTest : public ::testing::Test {
         const PendingAction action = *model->pendingAction();
         model->setPendingAction(std::nullopt);
         action.perform();
+    }
+    void confirmAndSettle() {
+        confirm();
+        settle();
     }
 
     // Builds the model over the temporary home with the catalog's rows (or
@@ -115,6 +114,29 @@ class ModelTest : public ::testing::Test {
         model = AppModel::create(queue, services, env);
     }
 
+    // Scans every category of the model and waits for the scans to end.
+    void scanEach() {
+        for (const CleanCategory& category : model->categories()) model->scan(category);
+        settle();
+    }
+
+    // What a fresh walk measures below `absolute`.
+    static std::int64_t fresh(const std::string& absolute) {
+        SizeStore store;
+        return Scanner::scan(absolute, store).bytes;
+    }
+
+    // Fails unless `text` is in our own words: no English sentence, except
+    // what a tool wrote, quoted after our lead-in to the end of the text.
+    static void expectOurWordsOnly(const std::string& text) {
+        std::string ours = text;
+        for (const std::string lead : {"ツールの出力:\n", "詳細:\n"}) {
+            if (const auto at = ours.find(lead); at != std::string::npos) ours.resize(at);
+        }
+        EXPECT_FALSE(std::regex_search(ours, std::regex("[A-Za-z]+ [A-Za-z]+|Error|Could")))
+            << text;
+    }
+
     // Runs main-queue steps until every background task has ended.
     void settle() {
         ASSERT_TRUE(queue->drainUntil([] { return runningTaskCount() == 0; }))
@@ -127,7 +149,6 @@ class ModelTest : public ::testing::Test {
     void makeFile(const std::string& relative, std::size_t bytes) const {
         writeFileOfSize(path(relative), bytes);
     }
-
     void makeFolder(const std::string& relative) const {
         std::filesystem::create_directories(path(relative));
     }
@@ -142,18 +163,19 @@ class ModelTest : public ::testing::Test {
             << "[Trash Info]\nPath=" << path(item) << "\nDeletionDate=2024-05-06T07:08:09\n";
     }
 
+    // The catalog's rows with these ids, built over the temporary home.
+    std::vector<CleanCategory> catalogRows(const std::set<std::string>& ids) const {
+        std::vector<CleanCategory> rows;
+        for (CleanCategory& row : Catalog::build(home, home + "/tmpbase", trashFiles())) {
+            if (ids.count(row.id) != 0) rows.push_back(std::move(row));
+        }
+        return rows;
+    }
+
     static CleanCategory folderCategory(const std::string& id, std::vector<std::string> patterns,
                                         bool scanOnLaunch = true) {
-        return CleanCategory{id,
-                             "探索",
-                             id,
-                             "folder",
-                             "",
-                             Risk::safe,
-                             CategoryKind::folders,
-                             std::move(patterns),
-                             scanOnLaunch,
-                             false};
+        return {id,       "探索",       id,   "folder", "", Risk::safe, CategoryKind::folders,
+                patterns, scanOnLaunch, false};
     }
 
     // Removed with all its modes and flags when the test ends, after the model.
