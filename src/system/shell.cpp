@@ -294,25 +294,4 @@ ShellResult Shell::admin(const std::string& command) {
     return adminVia(pkexecPath, command);
 }
 
-std::string Shell::appleScriptEscaped(const std::string& text) {
-    std::string escaped;
-    escaped.reserve(text.size());
-    // One pass is the same as doubling backslashes first and then escaping
-    // quotes: the backslash put before a quote is never doubled.
-    for (const char c : text) {
-        if (c == '\\') {
-            escaped += "\\\\";
-        } else if (c == '"') {
-            escaped += "\\\"";
-        } else {
-            escaped += c;
-        }
-    }
-    return escaped;
-}
-
-std::string Shell::appleScript(const std::string& command) {
-    return "do shell script \"" + appleScriptEscaped(command) + "\" with administrator privileges";
-}
-
 }  // namespace kelvane

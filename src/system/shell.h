@@ -42,14 +42,5 @@ ShellResult adminVia(const std::string& elevator, const std::string& command);
 // written as '\''. Nothing else needs escaping inside single quotes.
 std::string quoted(const std::string& text);
 
-// Escapes `text` for the inside of an AppleScript string literal: every
-// backslash is doubled first, then every double quote gets a backslash in
-// front (so those added backslashes are not doubled again).
-std::string appleScriptEscaped(const std::string& text);
-
-// The AppleScript that runs `command` as administrator on macOS:
-// do shell script "<escaped command>" with administrator privileges
-std::string appleScript(const std::string& command);
-
 }  // namespace Shell
 }  // namespace kelvane

@@ -121,17 +121,6 @@ TEST(CleanerDelete, DeletingATrashedItemForGoodTakesItsInfoFileAndNothingElse) {
     EXPECT_TRUE(test::exists(trash + "/info/again.trashinfo"));
 }
 
-TEST(CleanerDelete, OnlyItemsDirectlyInTheFilesFolderHaveAnInfoFile) {
-    const std::string t = "/d/Trash";
-    EXPECT_EQ(Trash::infoFileOf(t, "/d/Trash/files/a b"), "/d/Trash/info/a b.trashinfo");
-    EXPECT_EQ(Trash::infoFileOf(t, "/d/Trash/files/.hidden"), "/d/Trash/info/.hidden.trashinfo");
-    for (const char* other : {"/d/Trash/files", "/d/Trash/files/", "/d/Trash/files/a/b",
-                              "/d/Trash/filesX/a", "/d/Trash/info/a", "/d/Trash/files/..",
-                              "/d/Trash/files/.", "/e/Trash/files/a", "relative/files/a"}) {
-        EXPECT_EQ(Trash::infoFileOf(t, other), std::nullopt) << other;
-    }
-}
-
 TEST(CleanerClassification, OnlyImmutableItemsAreProtectedAndEveryOtherRefusalOfRightsIsDenied) {
     DeleteOutcome outcome;
     outcome.failures = {

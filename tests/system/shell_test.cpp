@@ -26,14 +26,6 @@ TEST(ShellRun, ProgramThatCannotStartGivesMinusOneAndAReason) {
     EXPECT_EQ(Shell::run("sh", {"-c", "true"}).status, -1);
 }
 
-TEST(ShellRun, ArgumentsArriveVerbatimAndTheExitStatusComesBack) {
-    TempTree dir;
-    const std::string program = writeScript(dir.path(), "args", R"(printf '[%s]' "$@"; exit 7)");
-    const ShellResult r = Shell::run(program, {"a b", "$(echo no)", "'\"\\", "-x", ""});
-    EXPECT_EQ(r.status, 7);
-    EXPECT_EQ(r.out, "[a b][$(echo no)]['\"\\][-x][]");
-}
-
 TEST(ShellRun, DrainsMegabytesOnStandardErrorWithNothingOnStandardOutput) {
     TempTree dir;
     // Far more than a pipe holds: the child would hang if standard error were
@@ -47,18 +39,26 @@ TEST(ShellRun, DrainsMegabytesOnStandardErrorWithNothingOnStandardOutput) {
     EXPECT_EQ(r.err.find_first_not_of('x'), 8388608u);
 }
 
-TEST(ShellRun, KeepsTheTrailingLineFeedAndRepairsInvalidUtf8) {
+TEST(ShellRun, ArgumentsVerbatimOutputRepairedAndTheStatusOrSignalBack) {
     TempTree dir;
-    const std::string program = writeScript(dir.path(), "bytes", R"(printf 'ok \377 \303\251\n')");
-    EXPECT_EQ(Shell::run(program, {}).out, "ok \xEF\xBF\xBD \xC3\xA9\n");
-}
-
-TEST(ShellRun, ChildKilledBySignalGivesTheSignalNumber) {
-    TempTree dir;
-    const std::string program = writeScript(dir.path(), "killed", "echo before; kill -9 $$");
-    const ShellResult r = Shell::run(program, {});
-    EXPECT_EQ(r.status, 9);
-    EXPECT_EQ(r.out, "before\n");
+    struct Case {
+        std::string body;
+        std::vector<std::string> args;
+        int status;
+        std::string out;
+    } cases[] = {
+        {R"(printf '[%s]' "$@"; exit 7)", {"a b", "$(echo no)", "'\"\\", "-x", ""}, 7,
+         "[a b][$(echo no)]['\"\\][-x][]"},
+        // The trailing line feed stays; invalid bytes become U+FFFD.
+        {R"(printf 'ok \377 \303\251\n')", {}, 0, "ok \xEF\xBF\xBD \xC3\xA9\n"},
+        // Killed by a signal: its number.
+        {"echo before; kill -9 $$", {}, 9, "before\n"},
+    };
+    for (const Case& c : cases) {
+        const ShellResult r = Shell::run(writeScript(dir.path(), "program", c.body), c.args);
+        EXPECT_EQ(r.status, c.status) << c.body;
+        EXPECT_EQ(r.out, c.out) << c.body;
+    }
 }
 
 TEST(ShellRun, LeaksNoDescriptorIntoTheChild) {
@@ -106,12 +106,6 @@ TEST(ShellAdmin, RunsTheCommandThroughShAndMarksADismissalWithMinus128) {
     const ShellResult failed = Shell::adminVia(writeScript(dir.path(), "noagent", "exit 127"), "");
     EXPECT_EQ(failed.status, 127);
     EXPECT_EQ(failed.err.find("-128"), std::string::npos);
-}
-
-TEST(ShellAdmin, AppleScriptEscapingDoublesBackslashesBeforeEscapingQuotes) {
-    EXPECT_EQ(Shell::appleScriptEscaped(R"(a\b"c\"d 'e' $f)"), R"(a\\b\"c\\\"d 'e' $f)");
-    EXPECT_EQ(Shell::appleScript(R"(/bin/rm -rf '/tmp/a"b')"),
-              R"(do shell script "/bin/rm -rf '/tmp/a\"b'" with administrator privileges)");
 }
 
 }  // namespace
