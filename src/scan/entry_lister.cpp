@@ -6,11 +6,13 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <thread>
 
 #include "core/path_text.h"
 #include "scan/folder_stream.h"
 #include "scan/owned_fd.h"
 #include "scan/size_store.h"
+#include "scan/thread_budget.h"
 
 namespace kelvane::EntryLister {
 namespace {
@@ -31,15 +33,13 @@ bool equalIgnoringCase(std::string_view a, std::string_view b) {
 }
 
 // The row for an item whose status is `status`, or null when it could not be examined.
-Entry makeEntry(std::string path, std::string name, const struct stat* status,
-                const SizeStore& store) {
-    Entry out;
-    out.path = std::move(path);
-    out.name = std::move(name);
+// Fills in what `status` says about `out`, whose path and name are set; null when the item
+// could not be examined.
+void describe(Entry& out, const struct stat* status, const SizeStore& store) {
     if (status == nullptr) {
         // Vanished or unexaminable: still shown, as an item of no size and no date.
         out.size = 0;
-        return out;
+        return;
     }
     out.isSymlink = S_ISLNK(status->st_mode);
     out.isDir = S_ISDIR(status->st_mode);
@@ -50,8 +50,25 @@ Entry makeEntry(std::string path, std::string name, const struct stat* status,
     }
     out.modified = Date{static_cast<double>(status->st_mtim.tv_sec)};
     out.isPackage = out.isDir && isPackageExtension(PathText::extension(out.name));
-    return out;
 }
+
+// Examines entries [from, to) of `entries`, which hold their names, in the folder `dirFd`.
+void examine(std::vector<Entry>& entries, std::size_t from, std::size_t to, int dirFd,
+             const std::string& dir, const SizeStore& store) {
+    for (std::size_t i = from; i < to; ++i) {
+        Entry& e = entries[i];
+        // join never doubles the slash, so "/" gives "/usr" and child paths match the keys the
+        // scanner records for the same folders.
+        e.path = PathText::join(dir, e.name);
+        struct stat status {};
+        const bool examined = ::fstatat(dirFd, e.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+        describe(e, examined ? &status : nullptr, store);
+    }
+}
+
+// From this many items on, a second thread examines half of them when the budget spares one;
+// for fewer, starting the thread would cost more than it saves.
+constexpr std::size_t kSharedFrom = 4096;
 
 }  // namespace
 
@@ -62,9 +79,13 @@ bool isPackageExtension(std::string_view extension) {
 }
 
 Entry entry(const std::string& path, const SizeStore& store) {
+    Entry out;
+    out.path = path;
+    out.name = PathText::lastComponent(path);
     struct stat status {};
     const bool examined = ::lstat(path.c_str(), &status) == 0;
-    return makeEntry(path, PathText::lastComponent(path), examined ? &status : nullptr, store);
+    describe(out, examined ? &status : nullptr, store);
+    return out;
 }
 
 std::optional<std::vector<Entry>> list(const std::string& dir, const SizeStore& store) {
@@ -79,12 +100,20 @@ std::optional<std::vector<Entry>> list(const std::string& dir, const SizeStore& 
         const FolderStream::Step step = names.next(item);
         if (step == FolderStream::Step::end) break;
         if (step == FolderStream::Step::failed) return std::nullopt;  // never a half listing
-        struct stat status {};
-        const bool examined = ::fstatat(names.fd(), item.name, &status, AT_SYMLINK_NOFOLLOW) == 0;
-        // join never doubles the slash, so "/" gives "/usr" and child paths match the keys the
-        // scanner records for the same folders.
-        entries.push_back(makeEntry(PathText::join(dir, item.view()), std::string(item.view()),
-                                    examined ? &status : nullptr, store));
+        entries.emplace_back().name = std::string(item.view());
+    }
+    // Examining the items is nearly all the cost, one system call each: a big folder is shared
+    // with a second thread, each filling in its own half of the list.
+    std::optional<ThreadBudget::Share> share;
+    if (entries.size() >= kSharedFrom) share = ThreadBudget::process().tryTake();
+    const std::size_t half = share ? entries.size() / 2 : entries.size();
+    {
+        std::jthread helper;
+        if (share) {
+            helper = std::jthread(
+                [&] { examine(entries, half, entries.size(), names.fd(), dir, store); });
+        }
+        examine(entries, 0, half, names.fd(), dir, store);
     }
     return entries;
 }

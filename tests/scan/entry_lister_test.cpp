@@ -90,4 +90,13 @@ TEST(EntryLister, RootFilesMissingPathsAndEmptyFolders) {
     // An item that vanished after it was listed still gets a row.
     const Entry gone = EntryLister::entry(t / "missing", store);
     EXPECT_EQ(gone, (Entry{t / "missing", "missing", false, false, false, 0, std::nullopt}));
+
+    // A folder big enough to be shared between two threads: every row as if listed alone.
+    TempTree shm("/dev/shm");
+    for (int i = 0; i < 5000; ++i) ASSERT_TRUE(shm.file(std::to_string(i), i % 7 == 0 ? 9000 : 0));
+    ASSERT_TRUE(shm.dir("sub") && shm.symlink("sub", "link"));
+    const auto big = EntryLister::list(shm.path(), store);
+    ASSERT_TRUE(big);
+    EXPECT_EQ(big->size(), 5002u);
+    for (const Entry& e : *big) EXPECT_EQ(e, EntryLister::entry(shm / e.name, store)) << e.name;
 }

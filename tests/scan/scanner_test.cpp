@@ -14,7 +14,6 @@
 #include "support/temp_tree.h"
 
 using namespace kelvane;
-using kelvane::test::allocated;
 using kelvane::test::TempTree;
 
 namespace {
@@ -82,7 +81,7 @@ TEST(Scanner, MatchesTheClassicWalkOnDeepWideAndLinkedTrees) {
 
     // Ten folders of thirty folders of thirty files; every seventh file is a second name of one
     // in a folder elsewhere, met earlier or later depending on the listing order.
-    const auto folder = [&](int d) {
+    const auto folder = [](int d) {
         return "forest/" + std::to_string(d % 10) + "/" + std::to_string(d);
     };
     for (int d = 0; d < 300; ++d) {
@@ -105,7 +104,7 @@ TEST(Scanner, ReportsEveryFourThousandVisitsOfAllThreads) {
         for (int d = 0; d < 20; ++d) ASSERT_TRUE(shm.dir(std::to_string(d)));
         const auto addFiles = [&](int from, int to) {
             for (int i = from; i < to; ++i)
-                shm.file(std::to_string(i % 20) + "/" + std::to_string(i), 10);
+                shm.file(std::to_string(i % 20) + "/" + std::to_string(i), 1);
         };
         std::int64_t reports = 0, cancelTests = 0, lastReport = -1;
         std::optional<std::int64_t> rootSize;
@@ -145,7 +144,8 @@ TEST(Scanner, ReportsEveryFourThousandVisitsOfAllThreads) {
 
 TEST(Scanner, WalksBeyondPathMaxWithinTheDescriptorLimit) {
     TempTree t;
-    const auto [folders, deepest] = buildChain(t.path(), std::string(200, 'd'), 40, 1000);
+    const std::string segment(200, 'd');
+    const auto [folders, deepest] = buildChain(t.path(), segment, 40, 1000);
     ASSERT_GT(deepest.size(), static_cast<std::size_t>(PATH_MAX));
 
     // Eight descriptors to spare: the walk keeps within them, also when asked to keep more
@@ -159,8 +159,8 @@ TEST(Scanner, WalksBeyondPathMaxWithinTheDescriptorLimit) {
     for (const ScanOptions& mode : {ScanOptions{1, nullptr, 0}, ScanOptions{1, nullptr, 32}}) {
         SizeStore store;
         const ScanStats stats = Scanner::scan(t.path(), store, {}, {}, mode);
-        const std::int64_t file = allocated(t / (std::string(200, 'd') + "/f"));
-        EXPECT_EQ(stats, (ScanStats{allocated(t.path()) + folders + file, 1, 41, 0}));
+        const std::int64_t own = test::allocated(t.path()) + folders;
+        EXPECT_EQ(stats, (ScanStats{own + test::allocated(t / (segment + "/f")), 1, 41, 0}));
         EXPECT_EQ(store.count(), 41u);
         EXPECT_TRUE(store.size(deepest));
     }
