@@ -2,7 +2,7 @@
 # Sets the machine up, builds everything and runs every test: the normal build
 # (all layers, UI tests on Qt's offscreen platform), then the headless layers
 # again under AddressSanitizer + UndefinedBehaviorSanitizer, and the model
-# tests under ThreadSanitizer.
+# and scan tests under ThreadSanitizer (the walker runs several threads).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ./scripts/setup.sh
@@ -20,10 +20,10 @@ echo "== headless layers under AddressSanitizer + UndefinedBehaviorSanitizer"
 ctest --test-dir build-asan --output-on-failure --parallel "$jobs"
 
 if ctest --test-dir build -N -L model 2>/dev/null | grep -q 'Total Tests: [1-9]'; then
-  echo "== model tests under ThreadSanitizer"
+  echo "== model and scan tests under ThreadSanitizer"
   ./scripts/build.sh build-tsan -DCMAKE_BUILD_TYPE=Debug -DKELVANE_BUILD_UI=OFF \
     -DKELVANE_BUILD_BENCH=OFF -DKELVANE_SANITIZE=thread >/dev/null
-  ctest --test-dir build-tsan --output-on-failure --parallel "$jobs" -L model
+  ctest --test-dir build-tsan --output-on-failure --parallel "$jobs" -L 'model|scan'
 fi
 echo "== installation and Debian package"
 ./scripts/check-install.sh build

@@ -3,12 +3,12 @@
 #include <fcntl.h>
 
 #include "scan/folder_stream.h"
-#include "scan/owned_fd.h"
+#include "core/unique_fd.h"
 
 namespace kelvane {
 
 std::optional<std::vector<std::string>> listFolderNames(const std::string& folder) {
-    OwnedFd fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    UniqueFd fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!fd.valid()) return std::nullopt;
     FolderStream stream(std::move(fd));
     std::vector<std::string> names;

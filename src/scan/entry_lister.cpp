@@ -10,7 +10,7 @@
 
 #include "core/path_text.h"
 #include "scan/folder_stream.h"
-#include "scan/owned_fd.h"
+#include "core/unique_fd.h"
 #include "scan/size_store.h"
 #include "scan/thread_budget.h"
 
@@ -91,7 +91,7 @@ Entry entry(const std::string& path, const SizeStore& store) {
 std::optional<std::vector<Entry>> list(const std::string& dir, const SizeStore& store) {
     // Opened like opendir does (a link to a folder is followed); each item is then examined
     // relative to this descriptor, so the kernel never resolves the folder's path again.
-    OwnedFd fd(::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    UniqueFd fd(::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!fd.valid()) return std::nullopt;
     FolderStream names(std::move(fd));
     std::vector<Entry> entries;

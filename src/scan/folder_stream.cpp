@@ -34,7 +34,7 @@ bool isDot(const char* name) {
 
 }  // namespace
 
-FolderStream::FolderStream(OwnedFd fd)
+FolderStream::FolderStream(UniqueFd fd)
     : fd_(std::move(fd)), buffer_(std::make_unique_for_overwrite<std::byte[]>(kBufferBytes)) {}
 
 bool FolderStream::fill() {
@@ -108,7 +108,7 @@ bool FolderStream::skipPastMark() {
     return false;
 }
 
-bool FolderStream::resume(OwnedFd fd) {
+bool FolderStream::resume(UniqueFd fd) {
     fd_ = std::move(fd);
     buffer_ = std::make_unique_for_overwrite<std::byte[]>(kBufferBytes);
     if (!returnedAny_) {

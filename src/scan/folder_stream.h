@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "scan/owned_fd.h"
+#include "core/unique_fd.h"
 
 namespace kelvane {
 
@@ -28,7 +28,7 @@ class FolderStream {
   public:
     enum class Step { item, end, failed };
 
-    explicit FolderStream(OwnedFd fd);
+    explicit FolderStream(UniqueFd fd);
 
     // The next name, the end of the folder, or a failed read (the folder is then cut short).
     Step next(FolderItem& item);
@@ -42,14 +42,14 @@ class FolderStream {
 
     // Continues on `fd`, a new descriptor of the parked folder. False when the folder no longer
     // lists the last name returned before parking (it changed meanwhile): the stream then ends.
-    bool resume(OwnedFd fd);
+    bool resume(UniqueFd fd);
 
   private:
     bool fill();
     bool seekTo(off_t position);
     bool skipPastMark();
 
-    OwnedFd fd_;
+    UniqueFd fd_;
     std::unique_ptr<std::byte[]> buffer_;
     std::size_t filled_ = 0;
     std::size_t used_ = 0;

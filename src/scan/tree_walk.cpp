@@ -18,7 +18,7 @@
 
 #include "scan/folder_stream.h"
 #include "scan/link_owners.h"
-#include "scan/owned_fd.h"
+#include "core/unique_fd.h"
 #include "scan/size_store.h"
 #include "scan/thread_budget.h"
 #include "scan/walk_folder.h"
@@ -105,7 +105,7 @@ class Walk {
     void finishFolder(std::shared_ptr<WalkFolder> folder);
     void addVisits(std::int64_t visits, std::int64_t bytes);
     void keepPace();
-    OwnedFd findFromRoot(const WalkFolder& target) const;
+    UniqueFd findFromRoot(const WalkFolder& target) const;
     bool offer(Frame& frame);
     std::optional<Frame> take(bool caller);
     void merge(const ScanStats& counts);
@@ -120,7 +120,7 @@ class Walk {
     const int openFolders_;
 
     LinkOwners links_;
-    OwnedFd rootFd_;  // a spare descriptor of the root, to find a folder again from the top
+    UniqueFd rootFd_;  // a spare descriptor of the root, to find a folder again from the top
     std::shared_ptr<WalkFolder> rootFolder_;
 
     std::atomic<std::int64_t> visits_{0};
@@ -171,7 +171,7 @@ class Walker {
     void finishListing();
     void push(Frame frame);
     bool parkOutermost();
-    OwnedFd openChild(int dirFd, const char* name);
+    UniqueFd openChild(int dirFd, const char* name);
     void reopenTop(const Frame& below);
     void visit(std::int64_t bytes);
     void flush();
@@ -255,7 +255,7 @@ void Walker::enter(const FolderItem& item, std::uint32_t index, const struct sta
     parent->pending.fetch_add(1, std::memory_order_relaxed);
     // A mount point counts with its own size and is not entered.
     if (status.st_dev != walk_.rootDev_) return closeUnlisted(std::move(folder));
-    OwnedFd fd = openChild(stack_.back().stream.fd(), item.name);
+    UniqueFd fd = openChild(stack_.back().stream.fd(), item.name);
     if (!fd.valid()) {
         ++counts_.unreadable;
         return closeUnlisted(std::move(folder));
@@ -319,10 +319,10 @@ bool Walker::parkOutermost() {
     return true;
 }
 
-OwnedFd Walker::openChild(int dirFd, const char* name) {
+UniqueFd Walker::openChild(int dirFd, const char* name) {
     for (;;) {
         const int fd = ::openat(dirFd, name, kFolderFlags | O_NOFOLLOW);
-        if (fd >= 0) return OwnedFd(fd);
+        if (fd >= 0) return UniqueFd(fd);
         // Out of descriptors: close one of ours and try again, as long as there is one to close.
         if ((errno != EMFILE && errno != ENFILE) || !parkOutermost()) return {};
     }
@@ -334,11 +334,11 @@ OwnedFd Walker::openChild(int dirFd, const char* name) {
 // search right, the tree moved) the names are followed down from the root instead.
 void Walker::reopenTop(const Frame& below) {
     Frame& target = stack_.back();
-    OwnedFd fd;
+    UniqueFd fd;
     int from = below.stream.fd();
     for (const WalkFolder* f = below.folder.get(); from >= 0 && f != target.folder.get();) {
         const WalkFolder* const up = f->parent.get();
-        OwnedFd next(up == nullptr ? -1 : ::openat(from, "..", kFolderFlags));
+        UniqueFd next(up == nullptr ? -1 : ::openat(from, "..", kFolderFlags));
         if (!next.valid() || !sameFolder(next.get(), *up)) {
             fd.reset();
             break;
@@ -379,7 +379,7 @@ ScanStats Walk::run(const struct stat& rootStatus) {
     Walker caller(*this, true);
     const std::int64_t rootBytes = allocatedBytes(rootStatus);
     caller.countRoot(rootBytes);
-    OwnedFd fd(::open(root_.c_str(), kFolderFlags));
+    UniqueFd fd(::open(root_.c_str(), kFolderFlags));
     if (!fd.valid()) {
         // Entered but not listable: it keeps its own size.
         store_.record(rootBytes, root_);
@@ -388,7 +388,7 @@ ScanStats Walk::run(const struct stat& rootStatus) {
         counts_.bytes = rootBytes;
         return counts_;
     }
-    rootFd_ = OwnedFd(::fcntl(fd.get(), F_DUPFD_CLOEXEC, 0));
+    rootFd_ = UniqueFd(::fcntl(fd.get(), F_DUPFD_CLOEXEC, 0));
     rootFolder_ = std::make_shared<WalkFolder>(nullptr, std::string(), 0, rootStatus.st_dev,
                                                rootStatus.st_ino, rootBytes);
     caller.start(Frame{rootFolder_, FolderStream(std::move(fd))});
@@ -504,12 +504,12 @@ void Walk::keepPace() {
     });
 }
 
-OwnedFd Walk::findFromRoot(const WalkFolder& target) const {
+UniqueFd Walk::findFromRoot(const WalkFolder& target) const {
     std::vector<const WalkFolder*> chain;
     for (const WalkFolder* f = &target; f->parent; f = f->parent.get()) chain.push_back(f);
-    OwnedFd fd(rootFd_.valid() ? ::openat(rootFd_.get(), ".", kFolderFlags) : -1);
+    UniqueFd fd(rootFd_.valid() ? ::openat(rootFd_.get(), ".", kFolderFlags) : -1);
     for (auto it = chain.rbegin(); fd.valid() && it != chain.rend(); ++it) {
-        OwnedFd next(::openat(fd.get(), (*it)->name.c_str(), kFolderFlags | O_NOFOLLOW));
+        UniqueFd next(::openat(fd.get(), (*it)->name.c_str(), kFolderFlags | O_NOFOLLOW));
         if (next.valid() && !sameFolder(next.get(), **it)) next.reset();
         fd = std::move(next);
     }

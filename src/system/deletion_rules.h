@@ -7,7 +7,7 @@
 
 #include "system/file_error.h"
 #include "system/file_identity.h"
-#include "system/unique_fd.h"
+#include "core/unique_fd.h"
 
 namespace kelvane {
 

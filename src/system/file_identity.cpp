@@ -8,7 +8,7 @@
 
 #include <cerrno>
 
-#include "system/unique_fd.h"
+#include "core/unique_fd.h"
 
 namespace kelvane {
 namespace {

@@ -15,7 +15,7 @@
 
 #include "core/path_text.h"
 #include "system/error_text.h"
-#include "system/unique_fd.h"
+#include "core/unique_fd.h"
 #include "system/utf8_repair.h"
 
 extern char** environ;

@@ -18,7 +18,7 @@
 #include "system/deletion_rules.h"
 #include "system/fd_io.h"
 #include "system/file_identity.h"
-#include "system/unique_fd.h"
+#include "core/unique_fd.h"
 
 namespace kelvane {
 namespace {

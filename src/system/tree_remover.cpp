@@ -12,7 +12,7 @@
 #include <variant>
 #include <vector>
 
-#include "system/unique_fd.h"
+#include "core/unique_fd.h"
 
 namespace kelvane {
 namespace {

@@ -18,7 +18,7 @@
 #include "system/cleaner.h"
 #include "system/trash.h"
 #include "system/tree_remover.h"
-#include "system/unique_fd.h"
+#include "core/unique_fd.h"
 #include "test_support.h"
 
 namespace kelvane {

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
-#include "system/unique_fd.h"
+#include "core/unique_fd.h"
 #include "test_support.h"
 
 namespace kelvane {

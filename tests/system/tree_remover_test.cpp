@@ -11,7 +11,7 @@
 #include <sstream>
 
 #include "system/cleaner.h"
-#include "system/unique_fd.h"
+#include "core/unique_fd.h"
 #include "test_support.h"
 
 namespace kelvane {

@@ -6,7 +6,9 @@
 
 namespace kelvane {
 
-// Owns one file descriptor and closes it exactly once.
+// Owns one file descriptor and closes it exactly once. Every descriptor the
+// walkers, the remover and the process runner open lives in one of these, so
+// none leaks on an early return.
 class UniqueFd {
   public:
     UniqueFd() = default;
