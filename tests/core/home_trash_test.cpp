@@ -2,33 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <optional>
 #include <string>
 
 #include "core/home_folder.h"
+#include "support/scoped_env.h"
 
 using namespace kelvane;
 
-namespace {
-
-// Sets an environment variable for one scope and puts the old value back.
-class ScopedEnv {
-  public:
-    ScopedEnv(const char* name, const char* value) : name_(name) {
-        if (const char* old = std::getenv(name)) old_ = old;
-        value ? ::setenv(name, value, 1) : ::unsetenv(name);
-    }
-    ~ScopedEnv() { old_ ? ::setenv(name_, old_->c_str(), 1) : ::unsetenv(name_); }
-    ScopedEnv(const ScopedEnv&) = delete;
-    ScopedEnv& operator=(const ScopedEnv&) = delete;
-
-  private:
-    const char* name_;
-    std::optional<std::string> old_;
-};
-
-}  // namespace
+using test::ScopedEnv;
 
 TEST(HomeTrash, FolderFollowsXdgDataHomeOnlyWhenAbsolute) {
     EXPECT_EQ(HomeTrash::folderFor("/home/u", "/data"), "/data/Trash");
@@ -49,7 +30,7 @@ TEST(HomeTrash, CurrentReadsTheEnvironmentEachTime) {
         const ScopedEnv data("XDG_DATA_HOME", "/elsewhere/share");
         EXPECT_EQ(HomeTrash::current(), "/elsewhere/share/Trash");
     }
-    const ScopedEnv data("XDG_DATA_HOME", nullptr);
+    const ScopedEnv data("XDG_DATA_HOME", "");  // empty means the default
     EXPECT_EQ(HomeFolder::find(), "/home/someone");
     EXPECT_EQ(HomeTrash::current(), "/home/someone/.local/share/Trash");
 }

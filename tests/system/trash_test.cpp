@@ -36,12 +36,6 @@ class HomeTrash : public ::testing::Test {
     void SetUp() override { test::makeFolder(work); }
 };
 
-TEST_F(HomeTrash, LocationFollowsAnAbsoluteXdgDataHomeElseHome) {
-    EXPECT_EQ(Trash::homeTrash(), trash);
-    const test::ScopedEnv relative("XDG_DATA_HOME", "relative/is/ignored");
-    EXPECT_EQ(Trash::homeTrash(), dir / "home/.local/share/Trash");
-}
-
 TEST_F(HomeTrash, InfoComesFirstAndNamesStayUniqueWithoutOverwriting) {
     test::makeFolder(work + "/a");
     test::makeFolder(work + "/b");
