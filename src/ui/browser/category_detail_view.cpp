@@ -10,6 +10,7 @@
 #include "ui/browser/category_header.h"
 #include "ui/browser/entry_list_view.h"
 #include "ui/app/model_bridge.h"
+#include "ui/components/display_text.h"
 #include "ui/components/symbol_icons.h"
 
 namespace kelvane {
@@ -30,7 +31,7 @@ QFrame* divider(QWidget* parent) {
 
 CategoryDetailView::CategoryDetailView(ModelBridge& bridge, CleanCategory category, QWidget* parent)
     : Screen(bridge, parent), category_(std::move(category)) {
-    setWindowTitle(QString::fromStdString(category_.name));
+    setWindowTitle(DisplayText::fromBytes(category_.name));
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);

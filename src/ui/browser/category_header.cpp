@@ -69,7 +69,7 @@ CategoryHeader::CategoryHeader(ModelBridge& bridge, CleanCategory category, QWid
     auto* symbol = new QLabel(this);
     symbol->setPixmap(SymbolIcons::tinted(category_.icon, riskColor, QFontMetrics(title).height()));
     titleRow->addWidget(symbol);
-    const QString name = QString::fromStdString(category_.name);
+    const QString name = DisplayText::fromBytes(category_.name);
     titleRow->addWidget(StyledLabel::make(name, Typography::withWeight(title, QFont::DemiBold),
                                           PaletteRoles::primaryText(), this));
     titleRow->addWidget(new RiskBadge(category_.risk, this), 0, Qt::AlignVCenter);
@@ -77,7 +77,7 @@ CategoryHeader::CategoryHeader(ModelBridge& bridge, CleanCategory category, QWid
     left->addLayout(titleRow);
 
     auto* detail =
-        StyledLabel::secondary(QString::fromStdString(category_.detail), Typography::body(), this);
+        StyledLabel::secondary(DisplayText::fromBytes(category_.detail), Typography::body(), this);
     detail->setWordWrap(true);
     left->addWidget(detail);
     auto* adviceLabel =

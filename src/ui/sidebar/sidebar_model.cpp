@@ -3,6 +3,7 @@
 #include "core/catalog.h"
 #include "core/fmt.h"
 #include "ui/app/model_bridge.h"
+#include "ui/components/display_text.h"
 #include "ui/components/palette_roles.h"
 #include "ui/components/symbol_icons.h"
 
@@ -108,7 +109,7 @@ QVariant SidebarModel::data(const QModelIndex& index, int role) const {
                 case Qt::DecorationRole:
                     return SymbolIcons::icon("gauge.with.dots.needle.33percent");
                 case SelectionValueRole:
-                    return QString::fromLatin1(Catalog::kOverviewID);
+                    return QByteArray(Catalog::kOverviewID);
                 case TrailingKindRole:
                     return static_cast<int>(none);
                 default:
@@ -157,18 +158,20 @@ QVariant SidebarModel::data(const QModelIndex& index, int role) const {
     }
 
     switch (role) {
+        // An added folder's name is its path: bytes, shown the way the list shows names.
         case Qt::DisplayRole:
-            return QString::fromStdString(category.name);
-        case Qt::AccessibleTextRole:
-            return trailing.isEmpty()
-                       ? QString::fromStdString(category.name)
-                       : QString::fromStdString(category.name) + QStringLiteral(", ") + trailing;
         case Qt::ToolTipRole:
-            return QString::fromStdString(category.name);
+            return DisplayText::fromBytes(category.name);
+        case Qt::AccessibleTextRole:
+            return trailing.isEmpty() ? DisplayText::fromBytes(category.name)
+                                      : DisplayText::fromBytes(category.name) +
+                                            QStringLiteral(", ") + trailing;
         case Qt::DecorationRole:
             return SymbolIcons::tinted(category.icon, PaletteRoles::riskColor(category.risk), 16);
+        // The id holds the path's bytes: never through QString, or a name that is
+        // not UTF-8 would select nothing.
         case SelectionValueRole:
-            return QString::fromStdString(category.id);
+            return QByteArray::fromStdString(category.id);
         case CategoryIdRole:
             return QByteArray::fromStdString(category.id);
         case TrailingTextRole:

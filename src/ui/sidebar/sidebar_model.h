@@ -15,7 +15,7 @@ class SidebarModel : public QAbstractItemModel {
     Q_OBJECT
   public:
     enum Role {
-        SelectionValueRole = Qt::UserRole + 1,  // "__overview__" or the category id (QString)
+        SelectionValueRole = Qt::UserRole + 1,  // "__overview__" or the category id (bytes)
         IsSectionRole,
         TrailingTextRole,  // the size, "—", "なし" or "" for the chevron
         TrailingKindRole,  // one of TrailingKind

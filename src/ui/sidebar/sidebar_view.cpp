@@ -51,7 +51,8 @@ SidebarView::SidebarView(ModelBridge& bridge, QWidget* parent)
     connect(list_->selectionModel(), &QItemSelectionModel::currentChanged, this,
             [this](const QModelIndex& current) {
                 if (syncing_ || !current.isValid()) return;
-                const QString value = current.data(SidebarModel::SelectionValueRole).toString();
+                const QByteArray value =
+                    current.data(SidebarModel::SelectionValueRole).toByteArray();
                 if (value.isEmpty()) return;
                 bridge_.model().setSelectedID(value.toStdString());
             });
