@@ -21,6 +21,8 @@
 
 namespace kelvane::test {
 
+using Status = CategoryState::Status;
+
 // Tool and desktop services that record what the model asked for and answer
 // with what the test set up.
 class FakeServices : public Services {
@@ -84,7 +86,6 @@ class ModelTest : public ::testing::Test {
 
     // The trash the model's deletions use.
     std::string trashFiles() const { return home + "/.local/share/Trash/files"; }
-    std::string trashInfo() const { return home + "/.local/share/Trash/info"; }
 
     // What the window does when the user confirms: the dialog goes away, then
     // the action runs.
@@ -145,6 +146,15 @@ class ModelTest : public ::testing::Test {
     }
 
     std::string path(const std::string& relative) const { return home + "/" + relative; }
+    // The size the store holds for `relative`, -1 when it holds none.
+    std::int64_t stored(const std::string& relative) const {
+        return model->store().size(path(relative)).value_or(-1);
+    }
+    // What the window does when the user picks a category in the sidebar.
+    void open(const std::string& id) {
+        model->setSelectedID(id);
+        model->didChangeSelection();
+    }
 
     void makeFile(const std::string& relative, std::size_t bytes) const {
         writeFileOfSize(path(relative), bytes);
@@ -158,8 +168,8 @@ class ModelTest : public ::testing::Test {
     void makeTrashed(const std::string& relative, std::size_t bytes) const {
         const std::string item = relative.substr(0, relative.find('/'));
         makeFile(".local/share/Trash/files/" + relative, bytes);
-        std::filesystem::create_directories(trashInfo());
-        std::ofstream(trashInfo() + "/" + item + ".trashinfo")
+        makeFolder(".local/share/Trash/info");
+        std::ofstream(path(".local/share/Trash/info/" + item + ".trashinfo"))
             << "[Trash Info]\nPath=" << path(item) << "\nDeletionDate=2024-05-06T07:08:09\n";
     }
 
