@@ -6,7 +6,6 @@
 #include <QToolBar>
 #include <QToolButton>
 
-#include "core/fmt.h"
 #include "ui/browser/breadcrumb_bar.h"
 #include "ui/browser/browser_footer.h"
 #include "ui/browser/browser_navigation.h"
@@ -18,7 +17,6 @@
 #include "ui/components/empty_state_panel.h"
 #include "ui/components/size_figure.h"
 #include "ui_fixture.h"
-#include "widget_find.h"
 
 namespace kelvane::test {
 namespace {
@@ -101,7 +99,7 @@ TEST_F(CategoryDetailTest, StopCancelsTheScanAndTheHeaderShowsThePartialResult) 
     // Stopped before walking anything: what the store already knew stands.
     const CategoryState partial = model().state("c");
     ASSERT_EQ(partial.status, Status::done);
-    EXPECT_EQ(v.header().figure()->text(), QString::fromStdString(Fmt::bytes(partial.bytes)));
+    EXPECT_EQ(v.header().figure()->text(), bytes(partial.bytes));
     EXPECT_EQ(v.header().counts()->text(), "0 ファイル / 0 フォルダ");
     EXPECT_EQ(v.scanAction()->text(), "再スキャン");
 }

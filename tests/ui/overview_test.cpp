@@ -4,7 +4,6 @@
 #include <QLabel>
 #include <QPushButton>
 
-#include "core/fmt.h"
 #include "ui/components/palette_roles.h"
 #include "ui/overview/biggest_card.h"
 #include "ui/overview/biggest_row.h"
@@ -16,14 +15,9 @@
 #include "ui/overview/quick_clean_row.h"
 #include "ui/overview/tools_card.h"
 #include "ui_fixture.h"
-#include "widget_find.h"
 
 namespace kelvane::test {
 namespace {
-
-QString bytes(std::int64_t n) {
-    return QString::fromStdString(Fmt::bytes(n));
-}
 
 class OverviewTest : public UiTest {
   protected:

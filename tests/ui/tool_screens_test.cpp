@@ -2,7 +2,6 @@
 #include <QPushButton>
 #include <QToolBar>
 
-#include "core/fmt.h"
 #include "ui/components/inset_list.h"
 #include "ui/overview/overview_view.h"
 #include "ui/tools/runtime_row.h"
@@ -10,7 +9,6 @@
 #include "ui/tools/snapshots_view.h"
 #include "ui/tools/tool_screen.h"
 #include "ui_fixture.h"
-#include "widget_find.h"
 
 namespace kelvane::test {
 namespace {
@@ -39,8 +37,6 @@ class ToolScreensTest : public UiTest {
         }
         return nullptr;
     }
-
-    static QString bytes(std::int64_t n) { return QString::fromStdString(Fmt::bytes(n)); }
 
     static SimRuntime runtime(std::string id, std::string platform, std::int64_t size,
                               bool deletable, std::optional<std::string> lastUsed = std::nullopt) {

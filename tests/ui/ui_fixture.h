@@ -2,13 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <QAbstractButton>
+#include <QAction>
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QLabel>
 #include <QTest>
 #include <QThread>
 
 #include "../model/model_fixture.h"
 #include "core/catalog.h"
+#include "core/fmt.h"
 #include "model/tasks.h"
 #include "ui/app/content_view.h"
 #include "ui/app/detail_router.h"
@@ -16,6 +20,32 @@
 #include "ui/app/main_window.h"
 
 namespace kelvane::test {
+
+// A byte count as the interface writes it.
+inline QString bytes(std::int64_t n) { return QString::fromStdString(Fmt::bytes(n)); }
+
+// The first visible button under `root` whose text is `text`; nullptr when none.
+inline QAbstractButton* findButton(const QWidget* root, const QString& text) {
+    for (QAbstractButton* button : root->findChildren<QAbstractButton*>()) {
+        if (button->text() == text && button->isVisibleTo(root->window())) return button;
+    }
+    return nullptr;
+}
+
+// Whether some visible label under `root` shows exactly `text`.
+inline bool showsLabel(const QWidget* root, const QString& text) {
+    for (const QLabel* label : root->findChildren<QLabel*>()) {
+        if (label->text() == text && label->isVisibleTo(root->window())) return true;
+    }
+    return false;
+}
+
+// The texts of `actions` in order, a divider as "-".
+inline QStringList actionTexts(const QList<QAction*>& actions) {
+    QStringList texts;
+    for (const QAction* action : actions) texts << (action->isSeparator() ? "-" : action->text());
+    return texts;
+}
 
 // A whole application over a temporary home, with fake tools, on the real
 // Qt event loop.

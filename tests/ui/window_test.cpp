@@ -1,4 +1,6 @@
 #include <QContextMenuEvent>
+#include <QDir>
+#include <QFileDialog>
 #include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
@@ -6,24 +8,22 @@
 #include <QToolBar>
 #include <QTreeView>
 
-#include "core/fmt.h"
+#include "support/scoped_env.h"
+#include "ui/app/alert_box.h"
 #include "ui/app/busy_overlay.h"
+#include "ui/app/desktop_services.h"
+#include "ui/browser/category_detail_view.h"
 #include "ui/components/size_bar.h"
 #include "ui/components/size_figure.h"
 #include "ui/sidebar/sidebar_footer.h"
 #include "ui/sidebar/sidebar_model.h"
 #include "ui/sidebar/sidebar_view.h"
 #include "ui_fixture.h"
-#include "widget_find.h"
 
 namespace kelvane::test {
 namespace {
 
 using Status = CategoryState::Status;
-
-QString bytes(std::int64_t n) {
-    return QString::fromStdString(Fmt::bytes(n));
-}
 
 class WindowTest : public UiTest {
   protected:
@@ -64,8 +64,8 @@ class WindowTest : public UiTest {
 
 TEST_F(WindowTest, RowsFollowTheScanAndARightClickOnlyOpensTheRowsMenu) {
     makeFile("Library/Caches/a/blob", 300'000);
-    makeFile("proj/f", 10);
-    services->folderToChoose = path("proj");
+    makeFile("caf\xE9/f", 10);
+    services->folderToChoose = path("caf\xE9");
     launch(std::nullopt, false);
     EXPECT_EQ(trailing("user_caches"), QStringLiteral("—"));
     SidebarFooter* footer = sidebar().footer();
@@ -96,9 +96,17 @@ TEST_F(WindowTest, RowsFollowTheScanAndARightClickOnlyOpensTheRowsMenu) {
     }
     EXPECT_EQ(footer->totalText(), bytes(quick));
 
+    // An added folder named in bytes that are not UTF-8 reads as in the list
+    // and, clicked, selects exactly that folder.
+    const std::string custom = Catalog::kCustomPrefix + path("caf\xE9");
+    EXPECT_TRUE(rowOf(custom).data().toString().endsWith(QStringLiteral("caf\\xE9")));
+    model().setSelectedID(std::string("user_logs"));
+    sidebar().list()->setCurrentIndex(rowOf(custom));
+    EXPECT_EQ(model().selectedID(), custom);
+    EXPECT_NE(open<CategoryDetailView>(custom), nullptr);
+
     // Right clicks open each row's menu, if it has one, and change nothing else.
     model().setSelectedID(std::string("user_logs"));
-    const std::string custom = "custom:" + path("proj");
     EXPECT_EQ(rightClick("user_caches"), QStringList{"再スキャン"});
     EXPECT_TRUE(rightClick("snapshots").isEmpty());
     EXPECT_EQ(rightClick(custom, QStringLiteral("一覧から削除")),
@@ -143,7 +151,7 @@ TEST_F(WindowTest, SectionsAndASelectionBoundBothWaysThatNamesTheWindow) {
 }
 
 TEST_F(WindowTest, CommandsByKeyMenuToolbarAndConfirmation) {
-    makeFile("Library/Logs/x.log", 5'000);
+    makeFile("Library/Logs/caf\xE9.log", 2'000'000);
     launch(std::nullopt, false);
     QTest::keyClick(&app->window(), Qt::Key_R, Qt::ControlModifier);
     EXPECT_EQ(model().state("user_logs").status, Status::scanning);
@@ -152,25 +160,65 @@ TEST_F(WindowTest, CommandsByKeyMenuToolbarAndConfirmation) {
     EXPECT_EQ(model().state("user_logs").status, Status::scanning);
     settle();
 
-    // A confirmed deletion covers the window while it runs, then tells.
+    // The confirmation reads a name that is not UTF-8 as the list does (not
+    // U+FFFD), never wraps a size away from its unit, and is wide enough.
     ContentView* content = app->window().content();
-    model().confirmDelete({path("Library/Logs/x.log")}, true);
-    ASSERT_TRUE(waitFor([&] { return content->openDialog() != nullptr; }));
-    findButton(content->openDialog(), QStringLiteral("完全に削除"))->click();
+    const auto dialog = [&] { return content->openDialog(); };
+    model().confirmDelete({path("Library/Logs/caf\xE9.log")}, true);
+    ASSERT_TRUE(waitFor([&] { return dialog() != nullptr; }));
+    const QString message = dialog()->informativeText();
+    EXPECT_TRUE(message.contains(QStringLiteral("caf\\xE9.log"))) << message.toStdString();
+    EXPECT_TRUE(message.contains(QStringLiteral("2\u00A0MB"))) << message.toStdString();
+    EXPECT_GE(dialog()->width(), AlertBox::kMinimumWidth);
+    // Confirmed, the deletion covers the window while it runs, then tells.
+    findButton(dialog(), QStringLiteral("完全に削除"))->click();
     EXPECT_FALSE(model().pendingAction().has_value());
     auto* overlay = content->findChild<BusyOverlay*>();
     EXPECT_TRUE(overlay->isVisible());
-    ASSERT_TRUE(waitFor([&] { return content->openDialog() != nullptr; }));
+    ASSERT_TRUE(waitFor([&] { return dialog() != nullptr; }));
     EXPECT_FALSE(overlay->isVisible());
     ASSERT_TRUE(model().notice().has_value());
-    EXPECT_FALSE(std::filesystem::exists(path("Library/Logs/x.log")));
-    findButton(content->openDialog(), QStringLiteral("OK"))->click();
-    ASSERT_TRUE(waitFor([&] { return content->openDialog() == nullptr; }));
-    EXPECT_FALSE(model().notice().has_value());
+    EXPECT_FALSE(std::filesystem::exists(path("Library/Logs/caf\xE9.log")));
+    // Notices are marked by how they went, and read model bytes as the list does.
+    const std::vector<std::pair<std::string, QMessageBox::Icon>> notices{
+        {"2 項目を削除し、約 3 MB を解放しました。", QMessageBox::Information},
+        {"1 項目を削除し、約 3 MB を解放しました。\n\n1 項目は削除できませんでした (使用中の可能性)。",
+         QMessageBox::Warning},
+        {"削除に失敗しました:\n・caf\xE9.dat: アクセス権がありません", QMessageBox::Critical},
+        {"管理者権限で削除するには pkexec が必要です。", QMessageBox::Warning}};
+    for (const auto& [notice, icon] : notices) {
+        findButton(dialog(), QStringLiteral("OK"))->click();
+        ASSERT_TRUE(waitFor([&] { return dialog() == nullptr; }));
+        EXPECT_FALSE(model().notice().has_value());
+        model().setNotice(notice);
+        ASSERT_TRUE(waitFor([&] { return dialog() != nullptr; }));
+        EXPECT_EQ(dialog()->icon(), icon) << notice;
+        EXPECT_FALSE(dialog()->informativeText().contains(QChar::ReplacementCharacter)) << notice;
+    }
+    findButton(dialog(), QStringLiteral("OK"))->click();
 
     QApplication::setActiveWindow(&app->window());
     QTest::keyClick(&app->window(), Qt::Key_Q, Qt::ControlModifier);
     EXPECT_FALSE(app->window().isVisible());
+}
+
+// The folder chooser is Qt's own dialog: it must speak the interface's
+// language and start at home, which here is not the working folder.
+TEST_F(WindowTest, FolderChooserSpeaksJapaneseAndStartsAtHome) {
+    const ScopedEnv env("HOME", home);
+    QString folder;
+    QString typeLabel;
+    QTimer::singleShot(0, [&] {
+        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+        if (dialog == nullptr) return;
+        folder = dialog->directory().absolutePath();
+        typeLabel = dialog->labelText(QFileDialog::FileType);
+        dialog->reject();
+    });
+    DesktopServices desktop;
+    EXPECT_EQ(desktop.chooseFolder(), std::nullopt);
+    EXPECT_EQ(folder, QDir(QString::fromStdString(home)).absolutePath());
+    EXPECT_EQ(typeLabel, QStringLiteral("ファイルの種類:"));
 }
 
 TEST(Components, SizeBarStubsClampsAndEmpties) {
