@@ -3,7 +3,9 @@
 #include <QCheckBox>
 #include <QLabel>
 #include <QPushButton>
+#include <QToolBar>
 
+#include "ui/components/inset_list.h"
 #include "ui/components/palette_roles.h"
 #include "ui/overview/biggest_card.h"
 #include "ui/overview/biggest_row.h"
@@ -14,10 +16,16 @@
 #include "ui/overview/quick_clean_card.h"
 #include "ui/overview/quick_clean_row.h"
 #include "ui/overview/tools_card.h"
+#include "ui/tools/runtime_row.h"
+#include "ui/tools/runtimes_view.h"
+#include "ui/tools/snapshots_view.h"
+#include "ui/tools/tool_screen.h"
 #include "ui_fixture.h"
 
 namespace kelvane::test {
 namespace {
+
+using Rows = std::vector<QStringList>;
 
 class OverviewTest : public UiTest {
   protected:
@@ -27,6 +35,34 @@ class OverviewTest : public UiTest {
             if (row->id() == id) return row;
         }
         return nullptr;
+    }
+
+    // The texts of every label of each list row, in order.
+    static Rows rows(const ToolScreen* view) {
+        Rows shown;
+        for (const QWidget* row : view->list()->rows()) {
+            QStringList texts;
+            for (const QLabel* label : row->findChildren<QLabel*>()) {
+                if (!label->text().isEmpty()) texts << label->text();
+            }
+            shown.push_back(texts);
+        }
+        return shown;
+    }
+
+    // The window toolbar's "更新", there only while a tool screen shows.
+    QAction* reload() {
+        for (QAction* action : app->window().toolbar()->actions()) {
+            if (action->text() == QStringLiteral("更新")) return action;
+        }
+        return nullptr;
+    }
+
+    static SimRuntime runtime(std::string id, std::string platform, std::int64_t size,
+                              bool deletable, std::optional<std::string> lastUsed = std::nullopt) {
+        return SimRuntime{std::move(id), platform + " 17.4", "17.4",
+                          "21E213",      platform,           size,
+                          "Ready",       deletable,          std::move(lastUsed)};
     }
 };
 
@@ -70,7 +106,10 @@ TEST_F(OverviewTest, CardsOverAnEmptyHome) {
     }
     // Without figures "更新" goes too; reading the disk again brings them back.
     model().setDisk(std::nullopt);
-    EXPECT_TRUE(showsLabel(disk, QStringLiteral("ディスク情報を取得できません")));
+    EXPECT_TRUE(std::ranges::any_of(disk->findChildren<QLabel*>(), [](const QLabel* label) {
+        return label->isVisible() &&
+               label->text() == QStringLiteral("ディスク情報を取得できません");
+    }));
     EXPECT_EQ(findButton(disk, QStringLiteral("更新")), nullptr);
     model().setDisk(DiskInfo{1, 1, 1});
     findButton(disk, QStringLiteral("更新"))->click();
@@ -87,18 +126,18 @@ TEST_F(OverviewTest, CardsOverAnEmptyHome) {
 
     // The tool rows ask or open their screens.
     const auto tool = [&](int index) {
-        return overview()->toolsCard()->findChildren<QPushButton*>().at(index);
+        return open<OverviewView>(Catalog::kOverviewID)
+            ->toolsCard()
+            ->findChildren<QPushButton*>()
+            .at(index);
     };
     tool(0)->click();
-    ASSERT_TRUE(model().pendingAction().has_value());
     EXPECT_EQ(model().pendingAction()->title, "使用不可のシミュレータを削除しますか？");
     model().setPendingAction(std::nullopt);
-    const std::vector<std::string> targets{"sim_runtimes", "snapshots", "explore_lib",
-                                           "explore_syslib"};
-    for (int index = 1; index <= 4; ++index) {
-        open<OverviewView>("__overview__");
-        tool(index)->click();
-        EXPECT_EQ(model().selectedID(), targets[static_cast<std::size_t>(index - 1)]);
+    int index = 0;
+    for (const char* target : {"sim_runtimes", "snapshots", "explore_lib", "explore_syslib"}) {
+        tool(++index)->click();
+        EXPECT_EQ(model().selectedID(), target);
     }
 }
 
@@ -142,13 +181,12 @@ TEST_F(OverviewTest, QuickCleanAndBiggestFollowTheScansAndTheTicks) {
     ids.clear();
     for (const QuickCleanRow* row : quick->rows()) ids.push_back(row->id());
     EXPECT_EQ(ids, (std::vector<std::string>{"big", "mid", "empty", "absent"}));
-    EXPECT_TRUE(quickRow("big")->checkBox()->isEnabled());
-    EXPECT_EQ(quickRow("big")->sizeText(), bytes(big));
-    EXPECT_TRUE(quickRow("empty")->checkBox()->isChecked() &&
-                !quickRow("empty")->checkBox()->isEnabled());
-    EXPECT_EQ(quickRow("empty")->sizeText(), bytes(0));
-    EXPECT_EQ(quickRow("absent")->sizeText(), QStringLiteral("なし"));
-    EXPECT_FALSE(quickRow("absent")->checkBox()->isEnabled());
+    for (const auto& [id, size, usable] : std::vector<std::tuple<std::string, QString, bool>>{
+             {"big", bytes(big), true}, {"empty", bytes(0), false}, {"absent", "なし", false}}) {
+        EXPECT_EQ(quickRow(id)->sizeText(), size) << id;
+        EXPECT_TRUE(quickRow(id)->checkBox()->isChecked()) << id;
+        EXPECT_EQ(quickRow(id)->checkBox()->isEnabled(), usable) << id;
+    }
     EXPECT_EQ(quick->totalLabel()->accessibleName(),
               QStringLiteral("選択合計: ") + bytes(big + mid));
 
@@ -157,7 +195,6 @@ TEST_F(OverviewTest, QuickCleanAndBiggestFollowTheScansAndTheTicks) {
     EXPECT_EQ(quick->total(), big);
     quick->deleteButton()->click();
     ASSERT_TRUE(model().pendingAction().has_value());
-    EXPECT_EQ(model().pendingAction()->title, "クイッククリーンを実行しますか？");
     EXPECT_NE(model().pendingAction()->message.find("名前 big"), std::string::npos);
     EXPECT_EQ(model().pendingAction()->message.find("名前 mid"), std::string::npos);
     model().setPendingAction(std::nullopt);
@@ -182,6 +219,71 @@ TEST_F(OverviewTest, BannerFollowsTheAccessProbe) {
     ::chmod(path("Library/Safari").c_str(), 0755);
     findButton(overview()->banner(), QStringLiteral("再確認"))->click();
     EXPECT_FALSE(overview()->banner()->isVisible());
+}
+
+TEST_F(OverviewTest, ToolScreensListsLoadWithTheirOwnReloadAndEveryDeletionAsks) {
+    services->runtimeList = {
+        runtime("a", "iOS", 8'000'000'000, true, "2024-03-09T12:34:56Z"),
+        runtime("b", "visionOS", 6'000'000'000, false),
+        runtime("c", "WATCHOS", 2'000'000'000, true, "2024"),
+        runtime("d", "fooOS", 0, true),
+    };
+    launch(std::nullopt, false);
+    auto* snapshots = open<SnapshotsView>("snapshots");
+    ASSERT_NE(snapshots, nullptr);
+    EXPECT_EQ(rows(snapshots), Rows{{"ローカルスナップショットはありません"}});
+    EXPECT_FALSE(snapshots->deleteAllButton()->isEnabled());
+    // "更新" reloads; while it runs only "取得中…" shows, though the old list is held.
+    services->snapshotList = {"2024-05-01-101112", "2024-05-02-101112", "2024-05-03-101112"};
+    reload()->trigger();
+    settle();
+    ASSERT_EQ(rows(snapshots).size(), 3u);
+    EXPECT_EQ(rows(snapshots)[1], QStringList{"2024-05-02-101112"});
+    reload()->trigger();
+    EXPECT_EQ(rows(snapshots), Rows{{"取得中…"}});
+    settle();
+    // One row's "削除" asks for that snapshot alone, "すべて削除" for all.
+    findButton(snapshots->list()->rows()[1], QStringLiteral("削除"))->click();
+    ASSERT_TRUE(model().pendingAction().has_value());
+    EXPECT_EQ(model().pendingAction()->title, "ローカルスナップショット 1 件を削除しますか？");
+    EXPECT_NE(model().pendingAction()->message.find("2024-05-02-101112"), std::string::npos);
+    EXPECT_EQ(model().pendingAction()->message.find("2024-05-01-101112"), std::string::npos);
+    snapshots->deleteAllButton()->click();
+    EXPECT_EQ(model().pendingAction()->title, "ローカルスナップショット 3 件を削除しますか？");
+    model().setPendingAction(std::nullopt);
+
+    auto* runtimes = open<RuntimesView>("sim_runtimes");
+    ASSERT_NE(runtimes, nullptr);
+    EXPECT_EQ(runtimes->totalLabel()->text(), bytes(16'000'000'000));
+    const QList<QWidget*> list = runtimes->list()->rows();
+    ASSERT_EQ(list.size(), 4);
+    const std::vector<const char*> symbols{"iphone", "visionpro", "applewatch",
+                                           "square.stack.3d.down.right"};
+    for (int i = 0; i < 4; ++i) EXPECT_NE(list[i]->findChild<QLabel*>(symbols[i]), nullptr) << i;
+    // A last use shorter than a day shows whole; none shows no tail at all.
+    EXPECT_EQ(rows(runtimes),
+              (Rows{{"iOS 17.4", "21E213  ·  Ready  ·  最終使用 2024-03-09", bytes(8'000'000'000)},
+                    {"visionOS 17.4", "21E213  ·  Ready", bytes(6'000'000'000)},
+                    {"WATCHOS 17.4", "21E213  ·  Ready  ·  最終使用 2024", bytes(2'000'000'000)},
+                    {"fooOS 17.4", "21E213  ·  Ready", bytes(0)}}));
+    // The non-deletable runtime cannot be deleted.
+    const auto row = [&](int i) { return qobject_cast<RuntimeRow*>(list[i]); };
+    EXPECT_FALSE(row(1)->deleteButton()->isEnabled());
+    row(2)->deleteButton()->click();
+    EXPECT_EQ(model().pendingAction()->title, "WATCHOS 17.4 を削除しますか？");
+    findButton(runtimes, QStringLiteral("使用不可のシミュレータを削除"))->click();
+    EXPECT_EQ(model().pendingAction()->title, "使用不可のシミュレータを削除しますか？");
+    model().setPendingAction(std::nullopt);
+    // An empty answer shows the hint.
+    services->runtimeList.clear();
+    reload()->trigger();
+    settle();
+    EXPECT_EQ(rows(runtimes),
+              Rows{{"ランタイムが見つかりません (Xcode がインストールされていない可能性)"}});
+    EXPECT_EQ(runtimes->totalLabel()->text(), bytes(0));
+    // Leaving the tool screens takes their toolbar button away.
+    open<OverviewView>("__overview__");
+    EXPECT_EQ(reload(), nullptr);
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <QAction>
 #include <QApplication>
 #include <QElapsedTimer>
-#include <QLabel>
 #include <QTest>
 #include <QThread>
 
@@ -22,7 +21,9 @@
 namespace kelvane::test {
 
 // A byte count as the interface writes it.
-inline QString bytes(std::int64_t n) { return QString::fromStdString(Fmt::bytes(n)); }
+inline QString bytes(std::int64_t n) {
+    return QString::fromStdString(Fmt::bytes(n));
+}
 
 // The first visible button under `root` whose text is `text`; nullptr when none.
 inline QAbstractButton* findButton(const QWidget* root, const QString& text) {
@@ -30,14 +31,6 @@ inline QAbstractButton* findButton(const QWidget* root, const QString& text) {
         if (button->text() == text && button->isVisibleTo(root->window())) return button;
     }
     return nullptr;
-}
-
-// Whether some visible label under `root` shows exactly `text`.
-inline bool showsLabel(const QWidget* root, const QString& text) {
-    for (const QLabel* label : root->findChildren<QLabel*>()) {
-        if (label->text() == text && label->isVisibleTo(root->window())) return true;
-    }
-    return false;
 }
 
 // The texts of `actions` in order, a divider as "-".
@@ -137,8 +130,8 @@ class UiTest : public ::testing::Test {
 
     std::string path(const std::string& relative) const { return home + "/" + relative; }
 
-    void makeFile(const std::string& relative, std::size_t bytes) const {
-        writeFileOfSize(path(relative), bytes);
+    void makeFile(const std::string& relative, std::size_t size) const {
+        writeFileOfSize(path(relative), size);
     }
 
     std::string home;

@@ -7,14 +7,18 @@
 #include <QTimer>
 #include <QToolBar>
 #include <QTreeView>
+#include <set>
 
+#include "core/linux_catalog.h"
 #include "support/scoped_env.h"
 #include "ui/app/alert_box.h"
 #include "ui/app/busy_overlay.h"
 #include "ui/app/desktop_services.h"
 #include "ui/browser/category_detail_view.h"
+#include "ui/components/file_icon.h"
 #include "ui/components/size_bar.h"
 #include "ui/components/size_figure.h"
+#include "ui/components/symbol_icons.h"
 #include "ui/sidebar/sidebar_footer.h"
 #include "ui/sidebar/sidebar_model.h"
 #include "ui/sidebar/sidebar_view.h"
@@ -182,7 +186,8 @@ TEST_F(WindowTest, CommandsByKeyMenuToolbarAndConfirmation) {
     // Notices are marked by how they went, and read model bytes as the list does.
     const std::vector<std::pair<std::string, QMessageBox::Icon>> notices{
         {"2 項目を削除し、約 3 MB を解放しました。", QMessageBox::Information},
-        {"1 項目を削除し、約 3 MB を解放しました。\n\n1 項目は削除できませんでした (使用中の可能性)。",
+        {"1 項目を削除し、約 3 MB を解放しました。\n\n1 項目は削除できませんでした "
+         "(使用中の可能性)。",
          QMessageBox::Warning},
         {"削除に失敗しました:\n・caf\xE9.dat: アクセス権がありません", QMessageBox::Critical},
         {"管理者権限で削除するには pkexec が必要です。", QMessageBox::Warning}};
@@ -206,8 +211,7 @@ TEST_F(WindowTest, CommandsByKeyMenuToolbarAndConfirmation) {
 // language and start at home, which here is not the working folder.
 TEST_F(WindowTest, FolderChooserSpeaksJapaneseAndStartsAtHome) {
     const ScopedEnv env("HOME", home);
-    QString folder;
-    QString typeLabel;
+    QString folder, typeLabel;
     QTimer::singleShot(0, [&] {
         auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
         if (dialog == nullptr) return;
@@ -250,6 +254,56 @@ TEST(Components, SizeFigureOnlyEverShowsTheValuesItWasGiven) {
     QTest::qWait(400);
     EXPECT_EQ(figure.text(), bytes(732'600'000));
     EXPECT_EQ(figure.accessibleName(), figure.text());
+}
+
+// Symbols and file icons come from the icon theme: each must resolve to an
+// icon that still says what it means once it is drawn.
+QImage imageOf(const QIcon& icon) {
+    return icon.pixmap(FileIcon::kSize, FileIcon::kSize)
+        .toImage()
+        .convertToFormat(QImage::Format_ARGB32);
+}
+
+TEST(Icons, EveryCatalogSymbolHasItsOwnThemeIcon) {
+    std::set<std::string> symbols;
+    for (const CleanCategory& c : Catalog::build("/home/u", "/tmp")) symbols.insert(c.icon);
+    for (const CleanCategory& c : LinuxCatalog::build("/home/u", "")) symbols.insert(c.icon);
+    for (const std::string& symbol : symbols) {
+        // The plain folder is what a symbol without a theme icon falls back to.
+        const QIcon icon = SymbolIcons::icon(symbol);
+        EXPECT_NE(icon.name(), QStringLiteral("folder")) << symbol;
+        EXPECT_FALSE(icon.pixmap(16, 16).isNull()) << symbol;
+    }
+}
+
+TEST(Icons, TheTintedWarningTriangleKeepsItsExclamationMark) {
+    // Down the middle: the apex, the gap of the "!", ink again, the base.
+    const QImage glyph =
+        SymbolIcons::tinted("exclamationmark.triangle.fill", QColor(255, 149, 0), 20).toImage();
+    int changes = 0;
+    bool ink = false;
+    for (int y = 0; y < glyph.height(); ++y) {
+        const bool here = qAlpha(glyph.pixel(glyph.width() / 2, y)) >= 128;
+        if (here != ink) ++changes;
+        ink = here;
+    }
+    EXPECT_GE(changes, 4) << "the triangle is drawn without its mark";
+}
+
+TEST(Icons, FilesOfNoKnownTypeAndLinksGetAFileIconNotAQuestionMark) {
+    const QImage questionMark =
+        imageOf(QIcon::fromTheme(QStringLiteral("application-octet-stream")));
+    for (const char* name :
+         {"/h/.bashrc", "/h/blob.bin", "/h/pkg-1.0-py3-none-any.whl", "/h/a.o"}) {
+        const QImage icon = imageOf(FileIcon::forPath(name, false, false, false));
+        EXPECT_FALSE(icon.isNull()) << name;
+        EXPECT_NE(icon, questionMark) << name;
+    }
+    // A link looks like what it is named as, with a mark of its own.
+    const QImage archive = imageOf(FileIcon::forPath("/h/a.zip", false, false, false));
+    const QImage link = imageOf(FileIcon::forPath("/h/a.zip", false, true, false));
+    EXPECT_NE(link, archive);
+    EXPECT_NE(imageOf(FileIcon::forPath("/h/dangling", false, true, false)), questionMark);
 }
 
 }  // namespace
