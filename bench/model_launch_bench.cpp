@@ -46,7 +46,7 @@ std::optional<LaunchFigures> launchOnce(const std::string& home) {
     const std::string trashFiles = home + "/.local/share/Trash/files";
     kelvane::ModelEnvironment env{home, trashFiles,
                                   kelvane::Catalog::build(home, home + "/tmpbase", trashFiles),
-                                  &kelvane::DiskCapacity::current};
+                                  &kelvane::DiskCapacity::current, nullptr};
     const auto model =
         kelvane::AppModel::create(queue, std::make_shared<kelvane::SystemServices>(), env);
 

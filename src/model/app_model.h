@@ -13,6 +13,7 @@
 #include "core/category_state.h"
 #include "core/clean_category.h"
 #include "core/disk_info.h"
+#include "core/home_volume.h"
 #include "core/entry.h"
 #include "core/log_entry.h"
 #include "core/pending_action.h"
@@ -37,6 +38,8 @@ struct ModelEnvironment {
     std::string trashFiles;
     std::vector<CleanCategory> categories;
     std::function<std::optional<DiskInfo>()> readDisk;
+    // The home folder's own volume when it is not the root's; may be empty.
+    std::function<std::optional<HomeVolume>()> readHomeVolume;
 
     static ModelEnvironment real();
 };
@@ -73,6 +76,9 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     const std::unordered_map<std::string, CategoryState>& states() const { return states_; }
     const std::optional<std::string>& selectedID() const { return selectedID_; }
     const std::optional<DiskInfo>& disk() const { return disk_; }
+    // The home folder's volume when it is another file system than "/";
+    // re-read with `disk`, and announced as a change of `disk`.
+    const std::optional<HomeVolume>& homeVolume() const { return homeVolume_; }
     const std::vector<LogEntry>& log() const { return log_; }
     bool fullDiskAccessDenied() const { return fullDiskAccessDenied_; }
     const std::optional<std::string>& browserPath() const { return browserPath_; }
@@ -219,6 +225,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     std::unordered_map<std::string, CategoryState> states_;
     std::optional<std::string> selectedID_;
     std::optional<DiskInfo> disk_;
+    std::optional<HomeVolume> homeVolume_;
     std::vector<LogEntry> log_;
     bool fullDiskAccessDenied_ = false;
     std::optional<std::string> browserPath_;

@@ -22,7 +22,8 @@ ModelEnvironment ModelEnvironment::real() {
     std::vector<CleanCategory> categories = Catalog::all();
     for (CleanCategory& row : LinuxCatalog::all()) categories.push_back(std::move(row));
     return ModelEnvironment{Catalog::home(), Catalog::trashFiles(), std::move(categories),
-                            &DiskCapacity::current};
+                            &DiskCapacity::current,
+                            [] { return DiskCapacity::homeVolume(Catalog::home()); }};
 }
 
 std::shared_ptr<AppModel> AppModel::create(std::shared_ptr<MainQueue> mainQueue,
@@ -56,6 +57,7 @@ AppModel::~AppModel() {
 
 void AppModel::finishConstruction() {
     disk_ = env_.readDisk();
+    if (env_.readHomeVolume) homeVolume_ = env_.readHomeVolume();
     checkFullDiskAccess();
     const std::optional<std::string> initial = services_->initialSelection();
     if (initial && !initial->empty()) {
@@ -135,6 +137,8 @@ void AppModel::putState(const std::string& id, CategoryState state) {
 }
 
 void AppModel::refreshDisk() {
+    // Both volumes together: a deletion in a separate /home frees space there.
+    homeVolume_ = env_.readHomeVolume ? env_.readHomeVolume() : std::nullopt;
     setDisk(env_.readDisk());
 }
 

@@ -192,7 +192,8 @@ TEST(LinuxPlaces, TheLaunchScanMeasuresSystemFoldersAsDuDoes) {
         mismatch.clear();
         const auto queue = std::make_shared<ManualMainQueue>();
         ModelEnvironment env{"/nonexistent-home", "/nonexistent-home/Trash/files",
-                             LinuxCatalog::all(), [] { return std::optional<DiskInfo>(); }};
+                             LinuxCatalog::all(), [] { return std::optional<DiskInfo>(); },
+                             nullptr};
         const auto model = AppModel::create(queue, std::make_shared<SystemServices>(), env);
         model->startInitialScan();
         ASSERT_TRUE(

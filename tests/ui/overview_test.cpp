@@ -114,6 +114,20 @@ TEST_F(OverviewTest, CardsOverAnEmptyHome) {
     model().setDisk(DiskInfo{1, 1, 1});
     findButton(disk, QStringLiteral("更新"))->click();
     EXPECT_EQ(disk->figure("合計"), bytes(500'000'000'000));
+    // A separate /home gets its own line, and every refresh reads it again.
+    const auto homeLine = [disk] {
+        return std::ranges::any_of(disk->findChildren<QLabel*>(), [](const QLabel* label) {
+            return label->isVisible() && label->text() == QStringLiteral("ホーム (/srv/home)");
+        });
+    };
+    EXPECT_FALSE(homeLine());
+    for (const std::int64_t free : {50'000'000'000, 70'000'000'000}) {
+        homeVolumeReading = HomeVolume{"/srv/home", DiskInfo{200'000'000'000, free, free}};
+        findButton(disk, QStringLiteral("更新"))->click();
+        EXPECT_TRUE(homeLine());
+        EXPECT_EQ(disk->figure("ホーム 空き"), bytes(free));
+        EXPECT_EQ(disk->figure("ホーム 使用中"), bytes(200'000'000'000 - free));
+    }
 
     // The log: the newest fifteen, newest first, errors in red.
     for (int i = 1; i <= 20; ++i) model().addLog("line " + std::to_string(i), i % 4 == 0);

@@ -71,6 +71,7 @@ class UiTest : public ::testing::Test {
             return std::optional<DiskInfo>(
                 DiskInfo{500'000'000'000, 120'000'000'000, 120'000'000'000});
         };
+        env.readHomeVolume = [this] { return homeVolumeReading; };
         app = std::make_unique<KelvaneApp>(services, env);
         if (!startScan) {
             // Keep the launch scan from starting when the window shows.
@@ -135,6 +136,8 @@ class UiTest : public ::testing::Test {
     }
 
     std::string home;
+    // What reading the home folder's own volume gives; none: home is on "/".
+    std::optional<HomeVolume> homeVolumeReading;
     std::shared_ptr<FakeServices> services;
     std::unique_ptr<KelvaneApp> app;
 };

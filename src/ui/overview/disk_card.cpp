@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "core/fmt.h"
+#include "ui/components/display_text.h"
 #include "ui/overview/disk_usage_bar.h"
 #include "ui/app/model_bridge.h"
 #include "ui/components/palette_roles.h"
@@ -22,13 +23,14 @@ const QString kPurgeable = QStringLiteral("パージ可能 (macOS が自動解�
 const QString kTotal = QStringLiteral("合計");
 
 // One figure: a caption above its value. Returns the value label.
-QLabel* addStat(QHBoxLayout* row, const QString& caption, QWidget* parent) {
+QLabel* addStat(QHBoxLayout* row, const QString& caption, QWidget* parent,
+               const QString& name = {}) {
     auto* column = new QVBoxLayout;
     column->setSpacing(2);
     column->addWidget(StyledLabel::secondary(caption, Typography::caption(), parent));
     auto* value = StyledLabel::make({}, Typography::withWeight(Typography::title3(), QFont::Medium),
                                     PaletteRoles::primaryText(), parent);
-    value->setObjectName(caption);
+    value->setObjectName(name.isEmpty() ? caption : name);
     column->addWidget(value);
     row->addLayout(column);
     return value;
@@ -60,6 +62,23 @@ DiskCard::DiskCard(ModelBridge& bridge, QWidget* parent)
     connect(refreshButton, &QPushButton::clicked, this, [this] { bridge_.model().refreshDisk(); });
     row->addWidget(refreshButton, 0, Qt::AlignBottom);
     stack->addLayout(row);
+
+    home_ = new QWidget(body_);
+    auto* homeStack = new QVBoxLayout(home_);
+    homeStack->setContentsMargins(0, 8, 0, 0);
+    homeStack->setSpacing(4);
+    homeTitle_ = StyledLabel::make({}, Typography::withWeight(Typography::body(), QFont::DemiBold),
+                                   PaletteRoles::primaryText(), home_);
+    homeStack->addWidget(homeTitle_);
+    auto* homeRow = new QHBoxLayout;
+    homeRow->setSpacing(24);
+    const QString prefix = QStringLiteral("ホーム ");
+    homeUsed_ = addStat(homeRow, kUsed, home_, prefix + kUsed);
+    homeFree_ = addStat(homeRow, kFree, home_, prefix + kFree);
+    homeTotal_ = addStat(homeRow, kTotal, home_, prefix + kTotal);
+    homeRow->addStretch(1);
+    homeStack->addLayout(homeRow);
+    stack->addWidget(home_);
     content()->addWidget(body_);
 
     connect(&bridge_, &ModelBridge::changed, this, [this](const ModelChange& change) {
@@ -83,6 +102,18 @@ void DiskCard::refresh() {
     StyledLabel::setText(free_, QString::fromStdString(Fmt::bytes(disk->available)));
     StyledLabel::setText(purgeable_, QString::fromStdString(Fmt::bytes(purgeable)));
     StyledLabel::setText(total_, QString::fromStdString(Fmt::bytes(disk->total)));
+
+    const std::optional<HomeVolume>& home = bridge_.model().homeVolume();
+    home_->setVisible(home.has_value());
+    if (!home) return;
+    // A mount point is a path: bytes, shown the way names are.
+    StyledLabel::setText(homeTitle_, QStringLiteral("ホーム (") +
+                                         DisplayText::fromBytes(home->mountPoint) +
+                                         QStringLiteral(")"));
+    StyledLabel::setText(homeUsed_,
+                         QString::fromStdString(Fmt::bytes(home->disk.total - home->disk.available)));
+    StyledLabel::setText(homeFree_, QString::fromStdString(Fmt::bytes(home->disk.available)));
+    StyledLabel::setText(homeTotal_, QString::fromStdString(Fmt::bytes(home->disk.total)));
 }
 
 QString DiskCard::figure(const QString& label) const {

@@ -10,14 +10,16 @@ namespace kelvane {
 class DiskUsageBar;
 class ModelBridge;
 
-// "起動ディスク": the startup disk's usage bar, its four figures and "更新".
-// Redraws only when the model's disk changes.
+// "起動ディスク": the startup disk's usage bar, its four figures and "更新",
+// and, when the home folder has a volume of its own, that volume's figures
+// under "ホーム (<mount point>)". Redraws only when the model's disk changes.
 class DiskCard : public Card {
     Q_OBJECT
   public:
     explicit DiskCard(ModelBridge& bridge, QWidget* parent = nullptr);
 
-    // The figure shown under `label` ("使用中", "空き", …); for tests.
+    // The figure shown under `label` ("使用中", "空き", …; the home volume's
+    // as "ホーム 使用中", …); for tests.
     QString figure(const QString& label) const;
 
   private:
@@ -31,6 +33,12 @@ class DiskCard : public Card {
     QLabel* free_;
     QLabel* purgeable_;
     QLabel* total_;
+    // The home volume's line and figures, shown only when home has its own.
+    QWidget* home_;
+    QLabel* homeTitle_;
+    QLabel* homeUsed_;
+    QLabel* homeFree_;
+    QLabel* homeTotal_;
 };
 
 }  // namespace kelvane
