@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <optional>
 #include <ctime>
 #include <string_view>
 #include <vector>
@@ -91,6 +92,18 @@ bool isOwnFolder(const std::string& path) {
 int makeOwnFolder(const std::string& path) {
     if (::mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) return errno;
     return isOwnFolder(path) ? 0 : EACCES;
+}
+
+// Whether `name` is one a trash folder or its bookkeeping folders can have.
+// Only such items are compared with the trash folders themselves.
+bool hasTrashFolderName(const std::string& name) {
+    const std::string uid = std::to_string(getuid());
+    for (const std::string& own :
+         {std::string("Trash"), std::string(".Trash"), ".Trash-" + uid, uid, std::string("files"),
+          std::string("info"), std::string("directorysizes")}) {
+        if (name == own) return true;
+    }
+    return false;
 }
 
 // Whether `item` is one of the trash folders a volume may hold for us at
@@ -281,8 +294,15 @@ std::optional<FileError> Trash::moveToTrash(const std::string& path) {
     const std::string home = homeTrash();
     const std::string folder = physicalPath(target.parent.get(), PathText::parent(path));
     const std::string original = PathText::join(folder, target.name);
-    const std::string top = topFolder(folder, target.parentIdentity);
-    if (DeletionRules::isTrashFolder(target.item, home) || isVolumeTrashFolder(target.item, top)) {
+    // Walking up to the mount's top costs a statx per ancestor: only items
+    // that may be a trash folder, or that go to a volume trash, pay for it.
+    std::optional<std::string> top;
+    const auto topOfMount = [&]() -> const std::string& {
+        if (!top) top = topFolder(folder, target.parentIdentity);
+        return *top;
+    };
+    if (hasTrashFolderName(target.name) && (DeletionRules::isTrashFolder(target.item, home) ||
+                                            isVolumeTrashFolder(target.item, topOfMount()))) {
         return FileError::refusal(FileError::trashOwnFolder);
     }
     FileIdentity homeMount;
@@ -292,7 +312,7 @@ std::optional<FileError> Trash::moveToTrash(const std::string& path) {
     // Another file system (or another mount of the same one, which rename
     // cannot cross either): that volume's own trash, at its top folder.
     TrashPlace place;
-    if (const int e = volumeTrash(top, place)) {
+    if (const int e = volumeTrash(topOfMount(), place)) {
         return FileError::refusal(FileError::noUsableTrash, e);
     }
     return moveInto(place, target, original);
