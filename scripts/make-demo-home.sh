@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
 # Builds a demo home folder for Kelvane: the places its catalog looks at
 # (caches, logs, developer tools, containers, package caches, the desktop
-# Trash, …) filled with files of many sizes, so that
+# Trash, …) filled with files of many sizes — the other platform's folders
+# under Library and the places a Linux home fills up (thumbnails, browser and
+# Flatpak caches, Python and IDE caches, toolchains) — so that
 #   scripts/make-demo-home.sh /tmp/demo-home &&
 #     HOME=/tmp/demo-home XDG_DATA_HOME=/tmp/demo-home/.local/share ./build/src/kelvane
-# shows a realistic window. About 380 MB of really allocated blocks.
+# shows a realistic window. About 560 MB of really allocated blocks.
 #
 # It also holds what trips up careless code: hard links, symbolic links (one
 # to a folder, one dangling), an unreadable folder, a file name that is not
@@ -268,6 +270,39 @@ blob ".docker/buildx/cache/blobs/sha256/4e5f" $((3 * MB))
 text ".docker/config.json" 5
 blob ".android/avd/Pixel_7_API_34.avd/userdata-qemu.img" $((10 * MB)) "45 days"
 text ".android/avd/Pixel_7_API_34.ini" 4
+
+# --- Linux places in the home folder: thumbnails, browsers, Flatpak apps,
+# Python and IDE caches, toolchains, containers ---
+many ".cache/thumbnails/normal" 120 $((12 * KB))
+many ".cache/thumbnails/large" 60 $((40 * KB))
+blob ".cache/thumbnails/fail/gnome-thumbnail-factory/0f1e2d.png" $((1 * KB))
+blob ".cache/mozilla/firefox/a1b2c3d4.default-release/cache2/entries/3F2A1B" $((9 * MB)) "5 days"
+many ".cache/mozilla/firefox/a1b2c3d4.default-release/cache2/doomed" 40 $((20 * KB))
+blob ".cache/google-chrome/Default/Cache/Cache_Data/data_3" $((12 * MB))
+blob ".cache/google-chrome/Default/Code Cache/js/9a8b7c" $((3 * MB)) "40 days"
+blob ".cache/chromium/Default/Cache/Cache_Data/data_1" $((4 * MB)) "200 days"
+blob ".var/app/org.gimp.GIMP/cache/gimp/2.10/thumbnails/t1.png" $((2 * MB))
+blob ".var/app/org.mozilla.firefox/cache/mozilla/firefox/x.default/cache2/entries/77" $((6 * MB)) "15 days"
+text ".var/app/org.mozilla.firefox/config/mozilla/prefs.js" 40
+text ".var/app/com.example.NoCache/config/settings.ini" 5
+blob ".cache/uv/wheels-v1/pypi/numpy/numpy-2.0.0-cp312-linux_x86_64.whl" $((16 * MB)) "10 days"
+blob ".cache/pypoetry/cache/repositories/PyPI/_http/a/b/c/d/e/1f2e" $((2 * MB)) "90 days"
+blob "miniconda3/pkgs/python-3.12.3-h996f2a0_1.conda" $((20 * MB)) "60 days"
+blob "miniconda3/pkgs/openssl-3.0.13-h7f8727e_2/lib/libssl.so.3" $((1 * MB))
+blob ".cache/JetBrains/IntelliJIdea2024.1/caches/content.dat" $((8 * MB))
+blob ".cache/JetBrains/IntelliJIdea2024.1/index/stubs/stubs.dat" $((5 * MB)) "30 days"
+blob ".config/Code/Cache/Cache_Data/data_2" $((3 * MB))
+blob ".config/Code/CachedData/89de5a8d4d/chrome/js/index.code" $((2 * MB)) "70 days"
+blob ".config/Code/CachedExtensionVSIXs/ms-python.python-2024.6.0" $((9 * MB)) "20 days"
+text ".config/Code/User/settings.json" 20
+blob ".rustup/toolchains/stable-x86_64-unknown-linux-gnu/lib/librustc_driver.so" $((30 * MB)) "30 days"
+blob ".rustup/toolchains/1.70.0-x86_64-unknown-linux-gnu/lib/librustc_driver.so" $((28 * MB)) "500 days"
+blob ".nvm/versions/node/v20.14.0/bin/node" $((9 * MB)) "150 days"
+blob ".nvm/versions/node/v16.20.2/bin/node" $((8 * MB)) "700 days"
+blob ".local/share/containers/storage/overlay/4e5f6a/diff/usr/lib/libc.so.6" $((7 * MB)) "45 days"
+text ".local/share/containers/storage/overlay-images/images.json" 30
+blob ".local/share/flatpak/runtime/org.gnome.Platform/x86_64/46/active/files/lib/libgtk-4.so" $((11 * MB)) "25 days"
+blob ".local/share/flatpak/app/org.gimp.GIMP/x86_64/stable/active/files/bin/gimp" $((6 * MB)) "25 days"
 
 # --- the desktop Trash and some ordinary user files ---
 trashed "old report.pdf" $((2 * MB)) "40 days" "Documents"

@@ -139,10 +139,11 @@ TEST_F(ModelTest, NestedTotalsSurviveADeletionDuringAnEnclosingScan) {
     }
 }
 
-// The launch over the demo home that scripts/make-demo-home.sh builds: every
+// The launch over the demo home that scripts/make-demo-home.sh builds, with
+// the Linux table over that home and a system root of the test's own: every
 // category is measured to exactly what a walk of its roots finds. Many roots
-// nest (Library/Containers holds every container's caches) and are walked at
-// the same time, four at most.
+// nest (Library/Containers holds every container's caches, ~/.cache the
+// thumbnails) and are walked at the same time, four at most.
 TEST_F(ModelTest, LaunchOverTheDemoHome) {
     const std::filesystem::path source = std::filesystem::path(__FILE__).parent_path() / "../..";
     const std::string script = (source / "scripts/make-demo-home.sh").string();
@@ -151,7 +152,18 @@ TEST_F(ModelTest, LaunchOverTheDemoHome) {
     ASSERT_EQ(
         std::system((Shell::quoted(script) + " " + Shell::quoted(demo) + " >/dev/null").c_str()),
         0);
-    makeModel(Catalog::build(demo, path("tmpbase")));
+    // A Debian-shaped system root: no Docker, no Snap.
+    for (const char* file :
+         {"var/log/syslog.2.gz", "var/log/apt/history.log", "var/log/journal/0a1b/system.journal",
+          "var/tmp/session.tmp", "var/cache/apt/archives/zsh_5.9-4_amd64.deb",
+          "var/crash/app.crash", "var/lib/flatpak/repo/objects/ab/cd.file"}) {
+        makeFile(std::string("sys/") + file, 50'000);
+    }
+    auto categories = Catalog::build(demo, path("tmpbase"));
+    for (CleanCategory& row : LinuxCatalog::build(demo, path("sys"))) {
+        categories.push_back(std::move(row));
+    }
+    makeModel(categories);
     std::size_t mostAtOnce = 0;
     model->subscribe([&](const ModelChange&) {
         mostAtOnce = std::max<std::size_t>(mostAtOnce, model->limiter().active());
@@ -177,6 +189,43 @@ TEST_F(ModelTest, LaunchOverTheDemoHome) {
         }
         EXPECT_EQ(s.bytes, expected.bytes) << category.id;
     }
+    // Each Linux row finds exactly the places of its kind, in home and system.
+    const std::map<std::string, std::vector<std::string>> linuxRoots = {
+        {"linux_thumbnails", {"demo/.cache/thumbnails"}},
+        {"linux_browser_caches",
+         {"demo/.cache/chromium", "demo/.cache/google-chrome", "demo/.cache/mozilla"}},
+        {"linux_flatpak_app_caches",
+         {"demo/.var/app/org.gimp.GIMP/cache", "demo/.var/app/org.mozilla.firefox/cache"}},
+        {"linux_package_caches", {"sys/var/cache/apt/archives"}},
+        {"linux_var_tmp", {"sys/var/tmp"}},
+        {"linux_logs", {"sys/var/log"}},
+        {"linux_journal", {"sys/var/log/journal"}},
+        {"linux_crash", {"sys/var/crash"}},
+        {"linux_python",
+         {"demo/.cache/pip", "demo/.cache/pypoetry", "demo/.cache/uv", "demo/miniconda3/pkgs"}},
+        {"linux_ide",
+         {"demo/.cache/JetBrains", "demo/.config/Code/Cache", "demo/.config/Code/CachedData",
+          "demo/.config/Code/CachedExtensionVSIXs"}},
+        {"linux_toolchains", {"demo/.nvm/versions", "demo/.rustup/toolchains"}},
+        {"linux_containers", {"demo/.local/share/containers"}},
+        {"linux_flatpak", {"demo/.local/share/flatpak", "sys/var/lib/flatpak"}},
+        {"linux_snap", {}}};
+    for (const auto& [id, relative] : linuxRoots) {
+        std::vector<std::string> roots = model->state(id).roots, expected;
+        for (const std::string& r : relative) expected.push_back(path(r));
+        std::sort(roots.begin(), roots.end());
+        std::sort(expected.begin(), expected.end());
+        EXPECT_EQ(roots, expected) << id;
+    }
+    // A thumbnail deleted: the thumbnails and the ~/.cache around them both
+    // drop to what is left.
+    const std::int64_t before = model->state("linux_thumbnails").bytes;
+    model->confirmDelete({path("demo/.cache/thumbnails/large/f_00000")}, true);
+    confirmAndSettle();
+    for (const char* id : {"linux_thumbnails", "dot_cache"}) {
+        EXPECT_EQ(model->state(id).bytes, fresh(model->state(id).roots.front())) << id;
+    }
+    EXPECT_LT(model->state("linux_thumbnails").bytes, before);
 }
 
 // The Linux places measured on this very machine, as the launch scan does

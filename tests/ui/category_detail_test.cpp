@@ -6,6 +6,7 @@
 #include <QToolBar>
 #include <QToolButton>
 
+#include "core/linux_catalog.h"
 #include "ui/browser/breadcrumb_bar.h"
 #include "ui/browser/browser_footer.h"
 #include "ui/browser/browser_navigation.h"
@@ -197,6 +198,30 @@ TEST_F(CategoryDetailTest, ActingOnItemsByMouseMenuAndKeys) {
     EXPECT_EQ(model().browserPath(), path("s/sub"));
     EXPECT_TRUE(viewSelection(list).empty());
     EXPECT_FALSE(v.footer().selectionLabel()->isVisibleTo(&v));
+}
+
+// Over a Linux-shaped home and system root: a service's log folder, the
+// container store, Flatpak and Snap break when emptied wholesale, so their
+// rows offer deletion item by item only; measured rows of lower risk can be
+// emptied.
+TEST_F(CategoryDetailTest, LinuxDangerRowsAreNeverEmptiedWhole) {
+    for (const char* file :
+         {"sys/var/tmp/t", "sys/var/log/syslog.1", "sys/var/log/journal/j", "sys/var/crash/c",
+          "sys/var/lib/snapd/snaps/core_1.snap", ".local/share/containers/storage/l",
+          ".local/share/flatpak/app/a", ".cache/thumbnails/normal/t.png"}) {
+        makeFile(file, 10'000);
+    }
+    const auto rows = LinuxCatalog::build(home, path("sys"));
+    launch(rows);
+    settle();
+    int danger = 0;
+    for (const CleanCategory& row : rows) {
+        if (model().state(row.id).status != Status::done) continue;
+        danger += row.risk == Risk::danger;
+        EXPECT_EQ(view(row.id).header().emptyMenuButton()->isEnabled(), row.risk != Risk::danger)
+            << row.id;
+    }
+    EXPECT_EQ(danger, 5);
 }
 
 TEST_F(CategoryDetailTest, BrowsingByMouseAndKeysPanelsAndPlaces) {
