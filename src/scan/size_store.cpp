@@ -47,6 +47,31 @@ void SizeStore::adjust(const std::string& path, std::int64_t delta) {
     }
 }
 
+std::vector<std::pair<std::string, std::int64_t>> SizeStore::children(
+    const std::string& path) const {
+    const std::lock_guard guard(lock_);
+    const std::string prefix = (!path.empty() && path.back() == '/') ? path : path + '/';
+    std::vector<std::pair<std::string, std::int64_t>> out;
+    auto it = sizes_.lower_bound(prefix);
+    while (it != sizes_.end() && it->first.starts_with(prefix)) {
+        const std::string_view rest = std::string_view(it->first).substr(prefix.size());
+        const auto slash = rest.find('/');
+        if (rest.empty()) {
+            ++it;
+        } else if (slash == std::string_view::npos) {
+            out.emplace_back(it->first, it->second);
+            ++it;
+        } else {
+            // Deeper down: everything below that child sorts before the child's name with '0',
+            // the character after '/'.
+            std::string past = prefix;
+            past.append(rest.substr(0, slash)).push_back('0');
+            it = sizes_.lower_bound(past);
+        }
+    }
+    return out;
+}
+
 std::size_t SizeStore::count() const {
     const std::lock_guard guard(lock_);
     return sizes_.size();

@@ -6,6 +6,8 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace kelvane {
 
@@ -33,6 +35,10 @@ class SizeStore {
     // Adds `delta` to every recorded ancestor of `path` up to and including "/", clamping each at
     // zero. Ancestors without a value are skipped (nothing is created); `path` itself is untouched.
     void adjust(const std::string& path, std::int64_t delta);
+
+    // The recorded keys one level below `path` with their values, in byte order. Costs
+    // O(c log n) for c children, however much is recorded deeper down.
+    std::vector<std::pair<std::string, std::int64_t>> children(const std::string& path) const;
 
     // Number of recorded keys.
     std::size_t count() const;

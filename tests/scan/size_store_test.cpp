@@ -25,6 +25,17 @@ TEST(SizeStore, RemoveSubtreeStopsAtComponentBoundaries) {
     EXPECT_EQ(store.size("/a/bc"), 1);
     EXPECT_EQ(store.size("/a/bc/d"), std::nullopt);
 
+    // Children are one level down, found past deep subtrees and siblings that sort among them.
+    for (const char* key : {"/a/b", "/a/b/c", "/a/b/c/d", "/a/b-/x", "/a/x/y", "/a/"}) {
+        store.record(2, key);
+    }
+    using Children = std::vector<std::pair<std::string, std::int64_t>>;
+    EXPECT_EQ(store.children("/a"),
+              (Children{{"/a/a", 1}, {"/a/b", 2}, {"/a/b-", 1}, {"/a/b.", 1}, {"/a/bc", 1}}));
+    EXPECT_EQ(store.children("/a/b/"), (Children{{"/a/b/c", 2}}));
+    EXPECT_EQ(store.children("/"), (Children{{"/a", 1}}));
+    store.removeSubtree("/a");
+
     store.record(9, "/");
     EXPECT_EQ(store.removeSubtree("/"), 9);
     EXPECT_EQ(store.count(), 0u);
