@@ -84,12 +84,10 @@ std::vector<PixelRect> layout(const std::vector<double>& weights, PixelRect area
     return out;
 }
 
-std::size_t legibleCount(const std::vector<double>& weights, double areaPixels, double minPixels) {
-    double total = 0;
-    for (const double w : weights) total += std::max(w, 0.0);
-    if (total <= 0) return 0;
+std::size_t legibleCount(const std::vector<double>& weights, double pixelsPerWeight,
+                         double minPixels) {
     for (std::size_t i = 0; i < weights.size(); ++i) {
-        if (std::max(weights[i], 0.0) * areaPixels / total < minPixels) {
+        if (!(weights[i] * pixelsPerWeight >= minPixels)) {
             return weights.size() - i == 1 ? weights.size() : i;
         }
     }

@@ -21,9 +21,11 @@ namespace SquarifiedLayout {
 std::vector<PixelRect> layout(const std::vector<double>& weights, PixelRect area);
 
 // How many of `weights` (biggest first) get a tile of at least `minPixels`
-// in an area of `areaPixels`; the rest are too small to read and are shown
-// together as one tile. A single small one left over keeps its own tile.
-std::size_t legibleCount(const std::vector<double>& weights, double areaPixels, double minPixels);
+// when each unit of weight is `pixelsPerWeight` pixels; the rest are too
+// small to read and are shown together as one tile. A single small one left
+// over keeps its own tile.
+std::size_t legibleCount(const std::vector<double>& weights, double pixelsPerWeight,
+                         double minPixels);
 
 }  // namespace SquarifiedLayout
 }  // namespace kelvane

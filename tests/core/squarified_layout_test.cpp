@@ -78,18 +78,19 @@ TEST(SquarifiedLayout, ShapesAreNearSquareAndPositionsHoldWhenASizeMovesALittle)
 TEST(SquarifiedLayout, TooSmallToReadIsMergedUnlessOnlyOneIsLeft) {
     struct Merge {
         std::vector<double> weights;
-        double areaPixels, minPixels;
+        double pixelsPerWeight, minPixels;
         std::size_t legible;
     } const cases[] = {
-        {{1000, 100, 10, 1}, 1111, 50, 2},     // 10 and 1 px are too small
-        {{1000, 100, 10}, 1110, 50, 3},        // the one small one keeps its tile
-        {{1000, 100, 10, 1}, 111'100, 50, 4},  // a bigger window reads them all
+        {{1000, 100, 10, 1}, 1, 50, 2},    // 10 and 1 px are too small
+        {{1000, 100, 10}, 1, 50, 3},       // the one small one keeps its tile
+        {{1000, 100, 10, 1}, 100, 50, 4},  // a bigger window reads them all
         {{0, 0}, 100, 10, 0},
-        {{100, 0, 0}, 100, 10, 1},
+        {{100, 0, 0}, 1, 10, 1},
     };
     for (const Merge& m : cases) {
-        EXPECT_EQ(SquarifiedLayout::legibleCount(m.weights, m.areaPixels, m.minPixels), m.legible)
-            << m.weights.size() << " weights in " << m.areaPixels;
+        EXPECT_EQ(SquarifiedLayout::legibleCount(m.weights, m.pixelsPerWeight, m.minPixels),
+                  m.legible)
+            << m.weights.size() << " weights at " << m.pixelsPerWeight;
     }
 }
 
