@@ -4,7 +4,9 @@
 // over a demo home it also renders the dialogs, and run as the user a demo
 // home made with --owner belongs to, the full-disk-access banner and the
 // administrator's confirmation too.
-// Usage: kelvane-screenshots OUTPUT_FOLDER [--dark] [CATEGORY_ID…]
+// Usage: kelvane-screenshots OUTPUT_FOLDER [--dark] [--map] [CATEGORY_ID…]
+// --map also renders each named category as a map (ID-map.png).
+#include <unistd.h>
 #include <QAbstractButton>
 #include <QApplication>
 #include <QDir>
@@ -17,7 +19,7 @@
 #include <QStyle>
 #include <QThread>
 #include <QTimer>
-#include <unistd.h>
+#include <QToolButton>
 
 #include <cstdio>
 #include <filesystem>
@@ -26,8 +28,11 @@
 #include "model/app_model.h"
 #include "model/tasks.h"
 #include "ui/app/content_view.h"
+#include "ui/app/detail_router.h"
 #include "ui/app/kelvane_app.h"
 #include "ui/app/main_window.h"
+#include "ui/browser/browser_layout_switch.h"
+#include "ui/browser/category_detail_view.h"
 #include "ui/components/symbol_icons.h"
 
 namespace {
@@ -122,9 +127,9 @@ bool saveDetailScenes(kelvane::KelvaneApp& app, const QString& out) {
         model.confirmDelete(selected, permanent);
         runUntil([&] { return alert(app) != nullptr; }, 2000);
         if (QMessageBox* box = alert(app)) {
-            ok = saveWithDialog(window, *box,
-                                out + (permanent ? "/confirm-permanent.png"
-                                                 : "/detail-confirmation.png")) &&
+            ok = saveWithDialog(
+                     window, *box,
+                     out + (permanent ? "/confirm-permanent.png" : "/detail-confirmation.png")) &&
                  ok;
             press(app, QMessageBox::RejectRole);
         }
@@ -219,10 +224,13 @@ int main(int argc, char** argv) {
     }
     QStringList ids;
     bool dark = false;
+    bool maps = false;
     for (int i = 2; i < argc; ++i) {
         const QString arg = QString::fromLocal8Bit(argv[i]);
         if (arg == QStringLiteral("--dark")) {
             dark = true;
+        } else if (arg == QStringLiteral("--map")) {
+            maps = true;
         } else {
             ids << arg;
         }
@@ -254,6 +262,14 @@ int main(int argc, char** argv) {
         runUntil([&] { return !app.model().entriesLoading() && kelvane::runningTaskCount() == 0; },
                  20000);
         ok = save(window, out + "/" + id + ".png") && ok;
+        auto* detail =
+            qobject_cast<kelvane::CategoryDetailView*>(window.content()->router()->current());
+        if (maps && detail != nullptr) {
+            detail->layoutSwitch().mapButton()->click();
+            runUntil([] { return false; }, 300);  // let sizes that land be drawn
+            ok = save(window, out + "/" + id + "-map.png") && ok;
+            detail->layoutSwitch().listButton()->click();
+        }
     }
     if (defaultScenes && std::filesystem::exists(app.model().home() + "/.kelvane-demo-home")) {
         ok = saveDetailScenes(app, out) && ok;

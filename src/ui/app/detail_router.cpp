@@ -2,8 +2,8 @@
 
 #include <QVBoxLayout>
 
-#include "ui/browser/category_detail_view.h"
 #include "ui/app/model_bridge.h"
+#include "ui/browser/category_detail_view.h"
 #include "ui/overview/overview_view.h"
 #include "ui/tools/runtimes_view.h"
 #include "ui/tools/snapshots_view.h"
@@ -44,7 +44,7 @@ void DetailRouter::route() {
     if (!category) {
         next = new OverviewView(bridge_, this);
     } else if (category->kind == CategoryKind::folders) {
-        next = new CategoryDetailView(bridge_, *category, this);
+        next = new CategoryDetailView(bridge_, *category, browserLayout_, this);
     } else if (category->kind == CategoryKind::snapshots) {
         next = new SnapshotsView(bridge_, *category, this);
     } else {

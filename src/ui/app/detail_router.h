@@ -3,6 +3,8 @@
 #include <QString>
 #include <QWidget>
 
+#include "ui/browser/browser_layout.h"
+
 namespace kelvane {
 
 class ModelBridge;
@@ -28,6 +30,8 @@ class DetailRouter : public QWidget {
 
     ModelBridge& bridge_;
     Screen* current_ = nullptr;
+    // List or map, kept across the category screens for as long as the window lives.
+    BrowserLayout browserLayout_ = BrowserLayout::list;
     QString key_;
 };
 

@@ -2,14 +2,18 @@
 
 #include <QAction>
 #include <QFrame>
+#include <QHBoxLayout>
+#include <QStackedWidget>
 #include <QVBoxLayout>
 
+#include "ui/app/model_bridge.h"
 #include "ui/browser/breadcrumb_bar.h"
-#include "ui/browser/browser_navigation.h"
 #include "ui/browser/browser_footer.h"
+#include "ui/browser/browser_layout_switch.h"
+#include "ui/browser/browser_navigation.h"
 #include "ui/browser/category_header.h"
 #include "ui/browser/entry_list_view.h"
-#include "ui/app/model_bridge.h"
+#include "ui/browser/folder_map_view.h"
 #include "ui/components/display_text.h"
 #include "ui/components/symbol_icons.h"
 
@@ -29,23 +33,39 @@ QFrame* divider(QWidget* parent) {
 
 }  // namespace
 
-CategoryDetailView::CategoryDetailView(ModelBridge& bridge, CleanCategory category, QWidget* parent)
-    : Screen(bridge, parent), category_(std::move(category)) {
+CategoryDetailView::CategoryDetailView(ModelBridge& bridge, CleanCategory category,
+                                       BrowserLayout& layout, QWidget* parent)
+    : Screen(bridge, parent), category_(std::move(category)), layout_(layout) {
     setWindowTitle(DisplayText::fromBytes(category_.name));
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
     header_ = new CategoryHeader(bridge_, category_, this);
     breadcrumbs_ = new BreadcrumbBar(bridge_, this);
-    list_ = new EntryListView(bridge_, this);
+    switch_ = new BrowserLayoutSwitch(layout_, this);
+    stack_ = new QStackedWidget(this);
+    list_ = new EntryListView(bridge_, stack_);
+    map_ = new FolderMapView(bridge_, stack_);
+    stack_->addWidget(list_);
+    stack_->addWidget(map_);
     footer_ = new BrowserFooter(bridge_, this);
-    layout->addWidget(header_);
-    layout->addWidget(divider(this));
-    layout->addWidget(breadcrumbs_);
-    layout->addWidget(divider(this));
-    layout->addWidget(list_, 1);
-    layout->addWidget(divider(this));
-    layout->addWidget(footer_);
+    auto* pathRow = new QHBoxLayout;
+    pathRow->setContentsMargins(0, 0, 0, 0);
+    pathRow->setSpacing(0);
+    pathRow->addWidget(breadcrumbs_, 1);
+    pathRow->addWidget(switch_);
+    column->addWidget(header_);
+    column->addWidget(divider(this));
+    column->addLayout(pathRow);
+    column->addWidget(divider(this));
+    column->addWidget(stack_, 1);
+    column->addWidget(divider(this));
+    column->addWidget(footer_);
+    showLayout(layout_);
+    connect(switch_, &BrowserLayoutSwitch::chosen, this, [this](BrowserLayout chosen) {
+        layout_ = chosen;
+        showLayout(chosen);
+    });
 
     // One action that changes its face, so the window's toolbar keeps its
     // buttons while the scan starts and stops.
@@ -96,6 +116,10 @@ void CategoryDetailView::addKeys() {
     });
     key(QKeySequence(Qt::Key_Backspace), [this] { bridge_.model().goUp(); });
     key(QKeySequence(Qt::ALT | Qt::Key_Up), [this] { bridge_.model().goUp(); });
+}
+
+void CategoryDetailView::showLayout(BrowserLayout layout) {
+    stack_->setCurrentWidget(layout == BrowserLayout::map ? static_cast<QWidget*>(map_) : list_);
 }
 
 QList<QAction*> CategoryDetailView::toolbarActions() const {

@@ -10,6 +10,7 @@
 #include <set>
 
 #include "ui/browser/browser_navigation.h"
+#include "ui/browser/entry_context_menu.h"
 #include "ui/components/empty_state_panel.h"
 #include "ui/browser/entry_list_model.h"
 #include "ui/browser/entry_row_delegate.h"
@@ -130,23 +131,7 @@ void EntryListView::updateEmptyState() {
 
 QMenu* EntryListView::contextMenu(const QModelIndex& row, QWidget* parent) {
     const Entry* entry = model_->entryAt(row.row());
-    if (entry == nullptr) return nullptr;
-    auto* menu = new QMenu(parent);
-    AppModel& model = bridge_.model();
-    // Decided now, when the menu opens: what the user saw selected.
-    const std::vector<std::string> targets = BrowserNavigation::targets(model, entry->path);
-    if (EntryListModel::isOpenable(*entry)) {
-        connect(menu->addAction(QStringLiteral("開く")), &QAction::triggered, this,
-                [&model, path = entry->path] { BrowserNavigation::open(model, path); });
-    }
-    connect(menu->addAction(QStringLiteral("Finderで表示")), &QAction::triggered, this,
-            [&model, targets] { model.reveal(targets); });
-    menu->addSeparator();
-    connect(menu->addAction(QStringLiteral("ゴミ箱へ入れる")), &QAction::triggered, this,
-            [&model, targets] { model.confirmDelete(targets, false); });
-    connect(menu->addAction(QStringLiteral("完全に削除…")), &QAction::triggered, this,
-            [&model, targets] { model.confirmDelete(targets, true); });
-    return menu;
+    return entry == nullptr ? nullptr : entryContextMenu(bridge_.model(), *entry, parent);
 }
 
 void EntryListView::contextMenuEvent(QContextMenuEvent* event) {

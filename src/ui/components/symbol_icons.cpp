@@ -78,6 +78,8 @@ const QHash<QString, QStringList>& table() {
         {"sparkles", {"edit-clear-all", "edit-clear"}},
         {"chart.bar", {"view-statistics", "office-chart-bar"}},
         {"list.bullet.rectangle", {"view-list-details", "view-list-text"}},
+        {"list.bullet", {"view-list-text", "view-list-symbolic"}},
+        {"square.grid.2x2", {"view-grid", "view-grid-symbolic"}},
         // An orange triangle with a white "!": tinting cuts the "!" out.
         {"exclamationmark.triangle", {"data-warning", "emblem-warning"}},
         {"exclamationmark.triangle.fill", {"data-warning", "emblem-warning"}},
