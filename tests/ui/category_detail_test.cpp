@@ -1,3 +1,4 @@
+#include <QAccessible>
 #include <QItemSelectionModel>
 #include <QMenu>
 #include <QMessageBox>
@@ -9,12 +10,14 @@
 #include "core/linux_catalog.h"
 #include "ui/browser/breadcrumb_bar.h"
 #include "ui/browser/browser_footer.h"
+#include "ui/browser/browser_layout_switch.h"
 #include "ui/browser/browser_navigation.h"
 #include "ui/browser/category_detail_view.h"
 #include "ui/browser/category_header.h"
 #include "ui/browser/entry_list_model.h"
 #include "ui/browser/entry_list_view.h"
 #include "ui/browser/entry_row_delegate.h"
+#include "ui/browser/folder_map_view.h"
 #include "ui/components/empty_state_panel.h"
 #include "ui/components/size_figure.h"
 #include "ui_fixture.h"
@@ -304,6 +307,96 @@ TEST_F(CategoryDetailTest, BrowsingByMouseAndKeysPanelsAndPlaces) {
     EXPECT_EQ(v->header().roots()->text(), "該当するフォルダはこの Mac には存在しません。");
     EXPECT_TRUE(v->header().searched()->isVisibleTo(v));
     EXPECT_EQ(v->header().searched()->text(), "~/x/*/Caches\n/nowhere-kelvane");
+}
+
+// The map over the same state as the list: selection both ways, Ctrl
+// clicks, nested tiles acting for their item, keys, double click, the menu
+// through the usual confirmation, what a screen reader reads, and the choice
+// kept for the next category.
+TEST_F(CategoryDetailTest, TheMapSharesSelectionMenuAndNavigationWithTheList) {
+    makeFile("m/big/x/f", 400'000);
+    makeFile("m/big/y/f", 100'000);
+    makeFile("m/file.bin", 200'000);
+    makeFile("other/f", 1'000);
+    launch(std::vector{folderCategory("m", {path("m")}), folderCategory("o", {path("other")})});
+    settle();
+    CategoryDetailView& v = view("m");
+    EXPECT_TRUE(v.list().isVisible());
+    v.layoutSwitch().mapButton()->click();
+    FolderMapView& map = v.map();
+    ASSERT_TRUE(map.isVisible() && !v.list().isVisible());
+    const auto tile = [&](const std::string& p) -> std::size_t {
+        for (std::size_t i = 0; i < map.tiles().size(); ++i)
+            if (map.tiles()[i].path == p) return i;
+        ADD_FAILURE() << "no tile " << p;
+        return 0;
+    };
+    const auto centre = [&](const std::string& p) {
+        const PixelRect& r = map.tiles()[tile(p)].rect;
+        return QPoint(r.x + r.width / 2, r.y + r.height / 2);
+    };
+    QTest::mouseClick(&map, Qt::LeftButton, {}, centre(path("m/file.bin")));
+    EXPECT_EQ(model().entrySelection(), std::set{path("m/file.bin")});
+    EXPECT_EQ(viewSelection(v.list()), std::set{path("m/file.bin")});
+    // A nested tile stands for the item it lies in.
+    QTest::mouseClick(&map, Qt::LeftButton, Qt::ControlModifier, centre(path("m/big/x")));
+    EXPECT_EQ(model().entrySelection(), (std::set{path("m/big"), path("m/file.bin")}));
+    EXPECT_TRUE(map.tileSelected(tile(path("m/big/y"))));
+    v.list().selectionModel()->clearSelection();
+    EXPECT_FALSE(map.tileSelected(tile(path("m/big"))));
+
+    // What a screen reader finds: every tile by name and size.
+    QAccessibleInterface* reader = QAccessible::queryAccessibleInterface(&map);
+    ASSERT_EQ(reader->childCount(), static_cast<int>(map.tiles().size()));
+    const int big = static_cast<int>(tile(path("m/big")));
+    EXPECT_EQ(reader->child(big)->text(QAccessible::Name),
+              "big " + bytes(*model().store().size(path("m/big"))));
+
+    // Keys: focus starts on the biggest item; Space selects it, Right moves on, Return opens.
+    QApplication::setActiveWindow(&app->window());
+    map.setFocus();
+    EXPECT_EQ(map.currentTile(), std::optional<std::size_t>(tile(path("m/big"))));
+    EXPECT_TRUE(reader->child(big)->state().focused);
+    QTest::keyClick(&map, Qt::Key_Space);
+    EXPECT_EQ(model().entrySelection(), std::set{path("m/big")});
+    QTest::keyClick(&map, Qt::Key_Right);
+    EXPECT_EQ(map.currentTile(), std::optional<std::size_t>(tile(path("m/file.bin"))));
+    QTest::keyClick(&map, Qt::Key_Left);
+    QTest::keyClick(&map, Qt::Key_Return);
+    settle();
+    EXPECT_EQ(model().browserPath(), path("m/big"));
+    model().goUp();
+    settle();
+    // A double click on a nested folder opens that folder.
+    QTest::mouseDClick(&map, Qt::LeftButton, {}, centre(path("m/big/x")));
+    settle();
+    EXPECT_EQ(model().browserPath(), path("m/big/x"));
+    model().goUp();
+    model().goUp();
+    settle();
+
+    // The list's menu, and its deletion asks first.
+    QContextMenuEvent press(QContextMenuEvent::Mouse, centre(path("m/file.bin")));
+    QApplication::sendEvent(&map, &press);
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    ASSERT_NE(menu, nullptr);
+    EXPECT_EQ(actionTexts(menu->actions()),
+              (QStringList{"Finderで表示", "-", "ゴミ箱へ入れる", "完全に削除…"}));
+    menu->actions()[2]->trigger();
+    menu->close();
+    ASSERT_TRUE(waitFor([&] { return dialog() != nullptr; }));
+    EXPECT_EQ(dialog()->text(), "1 項目をゴミ箱に入れますか？");
+    EXPECT_TRUE(dialog()->informativeText().contains("file.bin"));
+    for (QAbstractButton* button : dialog()->buttons()) {
+        if (dialog()->buttonRole(button) != QMessageBox::RejectRole) button->click();
+    }
+    settle();
+    EXPECT_FALSE(std::filesystem::exists(path("m/file.bin")));
+    map.relayout();
+    for (const MapTile& t : map.tiles()) EXPECT_NE(t.path, path("m/file.bin"));
+
+    // The next category opens as a map too.
+    EXPECT_TRUE(view("o").map().isVisible());
 }
 
 }  // namespace
