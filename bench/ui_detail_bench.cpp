@@ -1,7 +1,9 @@
 // The folder browser over one folder of 100,000 files: how long from
 // loadEntries() until the list is first painted, how long the final re-sort
 // takes once the unmeasured subfolders have their sizes, and what a repaint
-// costs while scrolling through the whole list. Headless (offscreen).
+// costs while scrolling through the whole list; then the same folder as a
+// map: laying out and painting its tiles, with the measured subfolders
+// nested. Headless (offscreen).
 // Usage: kelvane-ui-detail-bench [FILES]   (default 100000)
 #include <fcntl.h>
 #include <unistd.h>
@@ -18,16 +20,20 @@
 #include <string>
 #include <vector>
 
+#include <QToolButton>
 #include "model/app_model.h"
 #include "model/tasks.h"
-#include "ui/browser/browser_navigation.h"
 #include "ui/app/content_view.h"
 #include "ui/app/detail_router.h"
-#include "ui/browser/entry_list_model.h"
-#include "ui/browser/entry_list_view.h"
 #include "ui/app/kelvane_app.h"
 #include "ui/app/main_window.h"
 #include "ui/app/screen.h"
+#include "ui/browser/browser_layout_switch.h"
+#include "ui/browser/browser_navigation.h"
+#include "ui/browser/category_detail_view.h"
+#include "ui/browser/entry_list_model.h"
+#include "ui/browser/entry_list_view.h"
+#include "ui/browser/folder_map_view.h"
 
 namespace {
 
@@ -66,6 +72,14 @@ void writeFile(const std::string& path, int bytes) {
     if (fd < 0) return;
     const std::string data(static_cast<std::size_t>(bytes), 'x');
     [[maybe_unused]] const auto written = ::write(fd, data.data(), data.size());
+    ::close(fd);
+}
+
+// A file of `bytes` allocated but never written: big folders, made fast.
+void allocateFile(const std::string& path, int bytes) {
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    if (fd < 0) return;
+    [[maybe_unused]] const int allocated = ::posix_fallocate(fd, 0, bytes);
     ::close(fd);
 }
 
@@ -129,8 +143,12 @@ int main(int argc, char** argv) {
         for (int f = 0; f < kFolders; ++f) {
             const std::string folder = root + "/folder-" + std::to_string(f);
             std::filesystem::create_directories(folder);
-            for (int i = 0; i < 20; ++i)
-                writeFile(folder + "/f" + std::to_string(i), 2000 * (f + 1));
+            // Four subfolders each, big enough for the map to nest them.
+            for (int i = 0; i < 20; ++i) {
+                const std::string sub = folder + "/sub-" + std::to_string(i % 4);
+                std::filesystem::create_directories(sub);
+                allocateFile(sub + "/f" + std::to_string(i), 64'000 * (f + 1));
+            }
         }
 
         // Start from the category's top level, as a user walking down would.
@@ -203,6 +221,27 @@ int main(int argc, char** argv) {
         QApplication::processEvents();
         const double selectAll = ms(selectClock);
 
+        // The map of the same listing: layout and paint, timed together and apart.
+        auto* detail =
+            qobject_cast<CategoryDetailView*>(app.window().content()->router()->current());
+        detail->layoutSwitch().mapButton()->click();
+        QApplication::processEvents();
+        FolderMapView& map = detail->map();
+        std::vector<double> layoutPaint;
+        std::vector<double> layoutOnly;
+        for (int round = 0; round < 21; ++round) {
+            QElapsedTimer frame;
+            frame.start();
+            map.relayout();
+            layoutOnly.push_back(ms(frame));
+            map.repaint();
+            layoutPaint.push_back(ms(frame));
+        }
+        std::sort(layoutPaint.begin(), layoutPaint.end());
+        std::sort(layoutOnly.begin(), layoutOnly.end());
+        std::size_t nested = 0;
+        for (const MapTile& tile : map.tiles()) nested += tile.depth > 0;
+
         std::printf("rows=%d\n", list->entries().rowCount());
         std::printf("first_list_ms=%.1f\n", firstList);
         std::printf("first_list_listing_ms=%.1f\n", published);
@@ -216,6 +255,10 @@ int main(int argc, char** argv) {
         std::printf("scroll_p99_ms=%.2f\n", frames[frames.size() * 99 / 100]);
         std::printf("scroll_max_ms=%.2f\n", frames.back());
         std::printf("select_all_ms=%.1f\n", selectAll);
+        std::printf("map_tiles=%zu\n", map.tiles().size());
+        std::printf("map_nested_tiles=%zu\n", nested);
+        std::printf("map_layout_ms=%.2f\n", layoutOnly[layoutOnly.size() / 2]);
+        std::printf("map_layout_paint_ms=%.2f\n", layoutPaint[layoutPaint.size() / 2]);
         runUntil([] { return runningTaskCount() == 0; }, 60'000);
     }
     std::error_code ignored;
