@@ -1,6 +1,7 @@
 #!/usr/bin/python3
-"""Reads the running Kelvane window the way a screen reader does (AT-SPI) and
-presses its "すべて再スキャン" button.
+"""Reads the running Kelvane window the way a screen reader does (AT-SPI),
+presses its "すべて再スキャン" button, then opens a category as a map and reads
+its tiles.
 
 Usage: read_window.py KELVANE_BINARY HOME_FOLDER
 Run inside a D-Bus session and an X server (see run_check.sh).
@@ -122,13 +123,42 @@ def main():
             time.sleep(0.1)
         wait_for(scanned_rows, "the sidebar rows after the rescan")
         print("rescan observed while running:", saw_scan)
+    finally:
+        stop(app_process)
+
+    # Once more, opening on the user caches, whose map reads each tile's name and size.
+    config = os.path.join(home, ".config", "Kelvane")
+    os.makedirs(config, exist_ok=True)
+    with open(os.path.join(config, "Kelvane.conf"), "w") as f:
+        f.write("[General]\ninitialSelection=user_caches\n")
+    app_process = subprocess.Popen([binary], env=env)
+    try:
+        app = wait_for(lambda: find_app("kelvane"), "the application again")
+        switch = wait_for(lambda: [n for _, name, n in everything(app) if name == "マップ"],
+                          "the マップ switch")[0]
+        action = switch.get_action_iface() if hasattr(switch, "get_action_iface") else switch
+        if not action.do_action(0):
+            fail("pressing マップ did nothing")
+
+        # A tile reads "name size"; the list's rows (hidden now) read "name, date, size".
+        def tiles():
+            names = [name for role, name, _ in everything(app)
+                     if role == "list item" and ", " not in name]
+            return [n for n in names if n.startswith("Homebrew ") and "MB" in n] and names
+
+        names = wait_for(tiles, "the map's tiles")
+        print("map tiles read:", len(names), names[:3])
         print("OK")
     finally:
-        app_process.terminate()
-        try:
-            app_process.wait(5)
-        except subprocess.TimeoutExpired:
-            app_process.kill()
+        stop(app_process)
+
+
+def stop(process):
+    process.terminate()
+    try:
+        process.wait(5)
+    except subprocess.TimeoutExpired:
+        process.kill()
 
 
 if __name__ == "__main__":
