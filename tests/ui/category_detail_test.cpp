@@ -376,7 +376,8 @@ TEST_F(CategoryDetailTest, TheMapSharesSelectionMenuAndNavigationWithTheList) {
     settle();
 
     // The list's menu, and its deletion asks first.
-    QContextMenuEvent press(QContextMenuEvent::Mouse, centre(path("m/file.bin")));
+    const QPoint at = centre(path("m/file.bin"));
+    QContextMenuEvent press(QContextMenuEvent::Mouse, at, map.mapToGlobal(at));
     QApplication::sendEvent(&map, &press);
     auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
     ASSERT_NE(menu, nullptr);

@@ -101,11 +101,20 @@ FolderMapView::FolderMapView(ModelBridge& bridge, QWidget* parent)
 }
 
 void FolderMapView::scheduleRelayout() {
-    stale_ = true;
-    if (isVisible() && !relayoutTimer_->isActive()) relayoutTimer_->start();
+    // Hidden, the map is laid out when it shows again.
+    if (!isVisible()) {
+        stale_ = true;
+    } else if (!relayoutTimer_->isActive()) {
+        relayoutTimer_->start();
+    }
 }
 
 void FolderMapView::relayout() {
+    rebuild();
+    update();
+}
+
+void FolderMapView::rebuild() {
     relayoutTimer_->stop();
     stale_ = false;
     const AppModel& model = bridge_.model();
@@ -122,7 +131,6 @@ void FolderMapView::relayout() {
         if (tiles_[i].depth == 0 && tiles_[i].path == *current) current_ = i;
     }
     updateEmptyState();
-    update();
     QAccessibleEvent reorder(this, QAccessible::ObjectReorder);
     QAccessible::updateAccessibility(&reorder);
 }
@@ -161,7 +169,7 @@ std::optional<std::size_t> FolderMapView::tileAt(QPoint point) const {
 }
 
 void FolderMapView::paintEvent(QPaintEvent* event) {
-    if (stale_) relayout();
+    if (stale_) rebuild();
     QPainter painter(this);
     painter.fillRect(event->rect(), palette().color(QPalette::Base));
     const bool dark = isDark(palette());

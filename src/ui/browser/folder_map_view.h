@@ -50,6 +50,8 @@ class FolderMapView : public QWidget {
 
   private:
     void scheduleRelayout();
+    // Lays the tiles out without asking for a paint (paintEvent calls it).
+    void rebuild();
     void select(std::size_t tile, Qt::KeyboardModifiers modifiers);
     void open(std::size_t tile);
     void setCurrent(std::optional<std::size_t> tile);
@@ -63,6 +65,8 @@ class FolderMapView : public QWidget {
     std::optional<std::size_t> current_;
     // The item a Shift click extends the selection from.
     std::optional<std::string> anchor_;
+    // Set when the tiles no longer fit the listing or the size: laid out again before the
+    // next paint.
     bool stale_ = true;
 };
 
