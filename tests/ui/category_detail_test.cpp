@@ -391,9 +391,13 @@ TEST_F(CategoryDetailTest, TheMapSharesSelectionMenuAndNavigationWithTheList) {
     for (QAbstractButton* button : dialog()->buttons()) {
         if (dialog()->buttonRole(button) != QMessageBox::RejectRole) button->click();
     }
-    settle();
+    // Relisted once the deletion's work is back on the main thread.
+    ASSERT_TRUE(waitFor([&] {
+        return !model().busyMessage() && !model().entriesLoading() &&
+               std::none_of(model().entries().begin(), model().entries().end(),
+                            [&](const Entry& e) { return e.path == path("m/file.bin"); });
+    }));
     EXPECT_FALSE(std::filesystem::exists(path("m/file.bin")));
-    map.relayout();
     for (const MapTile& t : map.tiles()) EXPECT_NE(t.path, path("m/file.bin"));
 
     // The next category opens as a map too.
