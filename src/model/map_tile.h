@@ -27,8 +27,6 @@ struct MapTile {
     // Where its nested tiles are, below the strip that carries its name; empty when the
     // folder is too small to show what it holds or the store does not know it yet.
     PixelRect inner;
-
-    friend bool operator==(const MapTile&, const MapTile&) = default;
 };
 
 }  // namespace kelvane

@@ -3,9 +3,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <deque>
+#include <string_view>
 
 #include "core/path_text.h"
 
@@ -57,8 +59,8 @@ Walk openFolder(const std::string& path, const DeletionRules::LinkTrust& trust, 
             if (!trust.trusts(seen.uid)) return {0, true};
             if (++links > kMaxLinks) return {ELOOP};
             std::array<char, 4096> target{};
-            const ssize_t n = ::readlinkat(cur.get(), component.c_str(), target.data(),
-                                           target.size() - 1);
+            const ssize_t n =
+                ::readlinkat(cur.get(), component.c_str(), target.data(), target.size() - 1);
             if (n < 0) return {errno};
             const std::string text(target.data(), static_cast<std::size_t>(n));
             pushComponents(pending, text);
@@ -127,12 +129,27 @@ FileError DeletionRules::failure(int dirFd, const std::string& name, int errnum)
     return FileError::fromErrno(errnum);
 }
 
+namespace {
+
+// The folders a trash keeps its bookkeeping in, below the trash folder itself.
+constexpr std::array<std::string_view, 3> kTrashBookkeeping = {"files", "info", "directorysizes"};
+
+}  // namespace
+
+bool DeletionRules::mayBeTrashFolder(const std::string& name) {
+    const std::string uid = std::to_string(::getuid());
+    return name == "Trash" || name == ".Trash" || name == ".Trash-" + uid || name == uid ||
+           std::find(kTrashBookkeeping.begin(), kTrashBookkeeping.end(), name) !=
+               kTrashBookkeeping.end();
+}
+
 bool DeletionRules::isTrashFolder(const FileIdentity& item, const std::string& trashFolder) {
-    for (const char* own : {"", "/files", "/info", "/directorysizes"}) {
+    FileIdentity own;
+    if (identify(AT_FDCWD, trashFolder.c_str(), own) == 0 && own.sameFile(item)) return true;
+    for (const std::string_view name : kTrashBookkeeping) {
         FileIdentity id;
-        if (identify(AT_FDCWD, (trashFolder + own).c_str(), id) == 0 && id.sameFile(item)) {
-            return true;
-        }
+        const std::string path = trashFolder + "/" + std::string(name);
+        if (identify(AT_FDCWD, path.c_str(), id) == 0 && id.sameFile(item)) return true;
     }
     return false;
 }

@@ -5,9 +5,9 @@
 #include <string>
 #include <variant>
 
+#include "core/unique_fd.h"
 #include "system/file_error.h"
 #include "system/file_identity.h"
-#include "core/unique_fd.h"
 
 namespace kelvane {
 
@@ -59,6 +59,11 @@ FileError failure(int dirFd, const std::string& name, int errnum);
 // trash keeps its bookkeeping in (files, info, directorysizes): moving any of
 // them into the trash would orphan everything trashed before.
 bool isTrashFolder(const FileIdentity& item, const std::string& trashFolder);
+
+// Whether an item called `name` can be a trash folder at all: the home trash
+// ("Trash"), a volume's (".Trash", ".Trash-<uid>", "<uid>" inside .Trash) or
+// one of their bookkeeping folders. Anything else needs no identity checks.
+bool mayBeTrashFolder(const std::string& name);
 
 }  // namespace DeletionRules
 }  // namespace kelvane

@@ -9,17 +9,17 @@
 #include <array>
 #include <cerrno>
 #include <climits>
-#include <optional>
 #include <ctime>
+#include <optional>
 #include <string_view>
 #include <vector>
 
 #include "core/home_trash.h"
 #include "core/path_text.h"
+#include "core/unique_fd.h"
 #include "system/deletion_rules.h"
 #include "system/fd_io.h"
 #include "system/file_identity.h"
-#include "core/unique_fd.h"
 
 namespace kelvane {
 namespace {
@@ -94,18 +94,6 @@ int makeOwnFolder(const std::string& path) {
     return isOwnFolder(path) ? 0 : EACCES;
 }
 
-// Whether `name` is one a trash folder or its bookkeeping folders can have.
-// Only such items are compared with the trash folders themselves.
-bool hasTrashFolderName(const std::string& name) {
-    const std::string uid = std::to_string(getuid());
-    for (const std::string& own :
-         {std::string("Trash"), std::string(".Trash"), ".Trash-" + uid, uid, std::string("files"),
-          std::string("info"), std::string("directorysizes")}) {
-        if (name == own) return true;
-    }
-    return false;
-}
-
 // Whether `item` is one of the trash folders a volume may hold for us at
 // `top` (either kind, and the shared .Trash itself).
 bool isVolumeTrashFolder(const FileIdentity& item, const std::string& top) {
@@ -169,9 +157,9 @@ std::string trashName(const std::string& name, unsigned attempt) {
     const std::size_t limit = NAME_MAX - infoSuffix.size();
     const std::string counter = attempt == 1 ? "" : "." + std::to_string(attempt);
     const std::size_t dot = name.rfind('.');
-    std::string extension =
-        dot != std::string::npos && dot > 0 && name.size() - dot <= maxExtension ? name.substr(dot)
-                                                                                : "";
+    std::string extension = dot != std::string::npos && dot > 0 && name.size() - dot <= maxExtension
+                                ? name.substr(dot)
+                                : "";
     if (attempt == 1 && name.size() <= limit) return name;
     const std::string stem = name.substr(0, name.size() - extension.size());
     return cutTo(stem, limit - counter.size() - extension.size()) + counter + extension;
@@ -225,8 +213,7 @@ std::optional<FileError> moveInto(const TrashPlace& place, const DeletionRules::
             ::unlink(infoPath.c_str());
             return FileError::fromErrno(e);
         }
-        const int moveError =
-            moveNoReplace(target.parent.get(), target.name, filesFd.get(), name);
+        const int moveError = moveNoReplace(target.parent.get(), target.name, filesFd.get(), name);
         if (moveError == 0) return std::nullopt;
         // Without the item its info file would describe nothing.
         ::unlink(infoPath.c_str());
@@ -301,13 +288,15 @@ std::optional<FileError> Trash::moveToTrash(const std::string& path) {
         if (!top) top = topFolder(folder, target.parentIdentity);
         return *top;
     };
-    if (hasTrashFolderName(target.name) && (DeletionRules::isTrashFolder(target.item, home) ||
-                                            isVolumeTrashFolder(target.item, topOfMount()))) {
+    if (DeletionRules::mayBeTrashFolder(target.name) &&
+        (DeletionRules::isTrashFolder(target.item, home) ||
+         isVolumeTrashFolder(target.item, topOfMount()))) {
         return FileError::refusal(FileError::trashOwnFolder);
     }
     FileIdentity homeMount;
     if (const int e = identifyNearest(home, homeMount)) return FileError::fromErrno(e);
-    if (onSameMount(homeMount, target.parentIdentity)) return moveInto({home, ""}, target, original);
+    if (onSameMount(homeMount, target.parentIdentity))
+        return moveInto({home, ""}, target, original);
 
     // Another file system (or another mount of the same one, which rename
     // cannot cross either): that volume's own trash, at its top folder.

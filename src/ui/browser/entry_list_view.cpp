@@ -9,12 +9,13 @@
 #include <algorithm>
 #include <set>
 
+#include "ui/app/model_bridge.h"
 #include "ui/browser/browser_navigation.h"
 #include "ui/browser/entry_context_menu.h"
-#include "ui/components/empty_state_panel.h"
 #include "ui/browser/entry_list_model.h"
 #include "ui/browser/entry_row_delegate.h"
-#include "ui/app/model_bridge.h"
+#include "ui/browser/listing_empty_state.h"
+#include "ui/components/empty_state_panel.h"
 
 namespace kelvane {
 
@@ -114,19 +115,7 @@ void EntryListView::pullSelection() {
 }
 
 void EntryListView::updateEmptyState() {
-    const AppModel& model = bridge_.model();
-    if (const auto& error = model.entriesError()) {
-        emptyState_->setContent(
-            "lock.fill", QString::fromStdString(*error),
-            QStringLiteral("フルディスクアクセスを許可するか、管理者権限が必要なフォルダです。"));
-        emptyState_->show();
-    } else if (model.entries().empty() && !model.entriesLoading()) {
-        emptyState_->setContent("tray", QStringLiteral("空です"),
-                                QStringLiteral("このフォルダにはファイルがありません。"));
-        emptyState_->show();
-    } else {
-        emptyState_->hide();
-    }
+    showListingEmptyState(*emptyState_, bridge_.model());
 }
 
 QMenu* EntryListView::contextMenu(const QModelIndex& row, QWidget* parent) {

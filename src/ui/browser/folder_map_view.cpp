@@ -19,6 +19,7 @@
 #include "ui/browser/entry_context_menu.h"
 #include "ui/browser/entry_list_model.h"
 #include "ui/browser/folder_map_accessible.h"
+#include "ui/browser/listing_empty_state.h"
 #include "ui/components/display_text.h"
 #include "ui/components/empty_state_panel.h"
 #include "ui/components/palette_roles.h"
@@ -239,19 +240,7 @@ void FolderMapView::showEvent(QShowEvent* event) {
 }
 
 void FolderMapView::updateEmptyState() {
-    const AppModel& model = bridge_.model();
-    if (const auto& error = model.entriesError()) {
-        emptyState_->setContent(
-            "lock.fill", QString::fromStdString(*error),
-            QStringLiteral("フルディスクアクセスを許可するか、管理者権限が必要なフォルダです。"));
-        emptyState_->show();
-    } else if (model.entries().empty() && !model.entriesLoading()) {
-        emptyState_->setContent("tray", QStringLiteral("空です"),
-                                QStringLiteral("このフォルダにはファイルがありません。"));
-        emptyState_->show();
-    } else {
-        emptyState_->hide();
-    }
+    showListingEmptyState(*emptyState_, bridge_.model());
 }
 
 void FolderMapView::select(std::size_t tile, Qt::KeyboardModifiers modifiers) {
