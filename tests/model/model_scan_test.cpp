@@ -253,7 +253,10 @@ TEST(LinuxPlaces, TheLaunchScanMeasuresSystemFoldersAsDuDoes) {
             if (!exists(folder)) continue;  // not on this system
             const CategoryState state = model->state(id);
             const ShellResult du = Shell::run("/usr/bin/du", {"-sB1", "--one-file-system", folder});
-            ASSERT_EQ(du.status, 0) << folder << ": " << du.err;
+            // Run by an ordinary user, du says it could not read some folders (status 1)
+            // and still totals the rest, as the scan does.
+            ASSERT_TRUE(du.status == 0 || (du.status == 1 && !du.out.empty()))
+                << folder << ": " << du.err;
             const std::int64_t reference = std::stoll(du.out);
             figures[folder] = std::to_string(state.bytes) + " vs du " + std::to_string(reference);
             if (state.status != Status::done || state.bytes != reference)
