@@ -8,8 +8,10 @@
 #include <cerrno>
 #include <deque>
 #include <string_view>
+#include <vector>
 
 #include "core/path_text.h"
+#include "system/mount_table.h"
 
 namespace kelvane {
 namespace {
@@ -119,6 +121,18 @@ std::variant<DeletionRules::Target, FileError> DeletionRules::locate(const std::
     }
     target.name = std::move(name);
     return target;
+}
+
+std::optional<FileError> DeletionRules::refuseMountsBelow(const std::string& physicalPath) {
+    const auto table = MountTable::mountPoints();
+    if (const int* e = std::get_if<int>(&table)) return FileError::fromErrno(*e);
+    const std::string below = physicalPath == "/" ? "/" : physicalPath + "/";
+    for (const std::string& point : std::get<std::vector<std::string>>(table)) {
+        if (point.size() > below.size() && point.starts_with(below)) {
+            return FileError::refusal(FileError::mountInsideNotMoved);
+        }
+    }
+    return std::nullopt;
 }
 
 FileError DeletionRules::failure(int dirFd, const std::string& name, int errnum) {

@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <optional>
 #include <string>
 #include <variant>
 
@@ -19,7 +20,8 @@ namespace kelvane {
 //   owns it (another user could otherwise point the path at anything, even
 //   between the confirmation and the deletion);
 // - the item itself is never followed: a link is deleted as a link;
-// - an item that is a mount point is never emptied, removed or moved;
+// - an item that is a mount point is never emptied, removed or moved, nor
+//   is a folder moved with a volume mounted anywhere below it;
 // - from then on everything happens relative to the descriptor of the
 //   folder that holds the item, so renaming or swapping folders above it
 //   cannot redirect the work.
@@ -54,6 +56,12 @@ std::variant<Target, FileError> locate(const std::string& path, const LinkTrust&
 // anything directly inside such a folder, is the refusal `immutable` (no
 // one can remove it, root included); anything else keeps its errno.
 FileError failure(int dirFd, const std::string& name, int errnum);
+
+// Refuses (mountInsideNotMoved) to move the folder that really is at `physicalPath`
+// (links resolved) when a volume is mounted anywhere below it: one rename
+// would carry the volume along, into the trash say. Fails with the errno of
+// reading the mount table when it cannot be read: not knowing is no licence.
+std::optional<FileError> refuseMountsBelow(const std::string& physicalPath);
 
 // Whether `item` is the trash folder `trashFolder` or one of the folders the
 // trash keeps its bookkeeping in (files, info, directorysizes): moving any of

@@ -36,6 +36,7 @@ struct FileError {
     static constexpr int immutable = 6;         // immutable or append-only: not even root may
     static constexpr int notReported = 7;       // the administrator helper said nothing of it
     static constexpr int changedMeanwhile = 8;  // a folder was replaced while being removed
+    static constexpr int mountInsideNotMoved = 9;  // not trashed: a volume is mounted below it
 
     std::string domain;
     int code = 0;

@@ -293,6 +293,9 @@ std::optional<FileError> Trash::moveToTrash(const std::string& path) {
          isVolumeTrashFolder(target.item, topOfMount()))) {
         return FileError::refusal(FileError::trashOwnFolder);
     }
+    if (target.item.isFolder()) {
+        if (auto refused = DeletionRules::refuseMountsBelow(original)) return refused;
+    }
     FileIdentity homeMount;
     if (const int e = identifyNearest(home, homeMount)) return FileError::fromErrno(e);
     if (onSameMount(homeMount, target.parentIdentity))

@@ -33,9 +33,10 @@ std::optional<FileError> forgetRemovedItem(const std::string& path);
 // (deletion_rules.h): the home trash when the item is on the same mount,
 // otherwise $topdir/.Trash/$uid (when $topdir/.Trash is a real, sticky
 // folder) or $topdir/.Trash-$uid, $topdir being the top of the mount where
-// the item physically is. The trash's own folders are refused; so is an
-// item whose volume offers no trash we may use (noUsableTrash: deleting it
-// for good still works). Collision names keep the extension and always fit
+// the item physically is. The trash's own folders are refused; so is a
+// folder with a volume mounted below it (mountInsideNotMoved), and an item
+// whose volume offers no trash we may use (noUsableTrash: deleting it for
+// good still works). Collision names keep the extension and always fit
 // NAME_MAX together with their info file. Returns nothing on success, or
 // the error.
 std::optional<FileError> moveToTrash(const std::string& path);

@@ -14,11 +14,11 @@
 #include <filesystem>
 #include <thread>
 
+#include "core/unique_fd.h"
 #include "support/scoped_mount.h"
 #include "system/cleaner.h"
 #include "system/trash.h"
 #include "system/tree_remover.h"
-#include "core/unique_fd.h"
 #include "test_support.h"
 
 namespace kelvane {
@@ -86,6 +86,24 @@ TEST_F(DeletionSafety, ASelectedMountPointIsNeverEmptiedRemovedOrTrashed) {
     EXPECT_NE(before.find("on-volume"), std::string::npos);
 }
 
+// One rename would carry the volume into the trash with the folder. The
+// mount point's tab and space come escaped in the kernel's mount table.
+TEST_F(DeletionSafety, AFolderWithAVolumeMountedBelowIsNeverMovedToTheTrash) {
+    test::makeFolder(dir / "tree/deep er");
+    MOUNT_OR_SKIP(volume, mountTmpfs("tree/deep er/m\tnt"));
+    test::writeFile(dir / "tree/deep er/m\tnt/on-volume", "v");
+    const std::string before = listing(dir / "tree/deep er");
+
+    for (const char* folder : {"tree", "tree/deep er"}) {
+        EXPECT_TRUE(refusedWith(Trash::moveToTrash(dir / folder), FileError::mountInsideNotMoved));
+    }
+    EXPECT_EQ(listing(dir / "tree/deep er"), before);
+    EXPECT_EQ(Trash::moveToTrash(dir / "tree/file"), std::nullopt);
+    volume.reset();
+    EXPECT_EQ(Trash::moveToTrash(dir / "tree"), std::nullopt);
+    EXPECT_FALSE(exists(dir / "tree"));
+}
+
 TEST_F(DeletionSafety, BindMountsOfTheSameDeviceAreNeverEntered) {
     const std::string world = listing(dir / "world");
     test::makeFolder(dir / "tree/bound");
@@ -97,8 +115,8 @@ TEST_F(DeletionSafety, BindMountsOfTheSameDeviceAreNeverEntered) {
     auto loop = ScopedMount::bind(dir / "tree", dir / "tree/sub/loop");
     ASSERT_EQ(loop.error(), 0);
 
-    const DeleteOutcome outcome = Cleaner::deleteItems(
-        {dir / "tree/bound", dir / "tree"}, true, [](const std::string&) { return 0; });
+    const DeleteOutcome outcome = Cleaner::deleteItems({dir / "tree/bound", dir / "tree"}, true,
+                                                       [](const std::string&) { return 0; });
     ASSERT_EQ(outcome.failures.size(), 2u);
     EXPECT_TRUE(outcome.failures[0].error.isRefusal(FileError::mountPoint));
     EXPECT_TRUE(outcome.failures[1].error.isRefusal(FileError::mountInside));
@@ -128,8 +146,8 @@ TEST_F(DeletionSafety, OnlyRootsAndTheAskingUsersLinksAboveAnItemAreFollowed) {
 
     // The administrator acting for the link's owner follows it.
     const std::string owner = "PKEXEC_UID=" + std::to_string(kStranger);
-    const std::string elevator = test::writeScript(dir.path(), "as-owner", "export " + owner +
-                                                                               "; exec \"$@\"");
+    const std::string elevator =
+        test::writeScript(dir.path(), "as-owner", "export " + owner + "; exec \"$@\"");
     EXPECT_EQ(Cleaner::deleteAsAdminVia(elevator, KELVANE_TEST_ADMIN_HELPER, {victim}).run.status,
               0);
     EXPECT_FALSE(exists(dir / "world/precious"));
@@ -167,8 +185,7 @@ TEST_F(DeletionSafety, TrashingThroughALinkOntoAnotherDiskUsesThatDisksTopTrash)
               "s");
     // Its own trash folders stay where they are.
     for (const char* own : {"", "/files", "/info"}) {
-        EXPECT_TRUE(
-            refusedWith(Trash::moveToTrash(volumeTrash + own), FileError::trashOwnFolder));
+        EXPECT_TRUE(refusedWith(Trash::moveToTrash(volumeTrash + own), FileError::trashOwnFolder));
     }
 }
 
@@ -179,8 +196,7 @@ TEST_F(DeletionSafety, TheHomeTrashsOwnFoldersAreNeverTrashedButMayBeDeleted) {
     const std::string trash = dir / "data/Trash";
     const std::string before = listing(trash);
     for (const char* own : {"", "/files", "/info", "/directorysizes"}) {
-        EXPECT_TRUE(refusedWith(Trash::moveToTrash(trash + own), FileError::trashOwnFolder))
-            << own;
+        EXPECT_TRUE(refusedWith(Trash::moveToTrash(trash + own), FileError::trashOwnFolder)) << own;
     }
     EXPECT_EQ(listing(trash), before);
     // Deleting them for good is emptying the trash, which is the user's to do.
@@ -200,8 +216,8 @@ TEST_F(DeletionSafety, CollisionNamesFitTheNameLimitAndKeepTheExtension) {
         name.replace(name.size() - 6, 3, "語");
         name += ".txt";
         for (int i = 0; i < c.copies; ++i) {
-            const std::string folder = dir / ("tree/" + std::to_string(c.length) + "-" +
-                                              std::to_string(i));
+            const std::string folder =
+                dir / ("tree/" + std::to_string(c.length) + "-" + std::to_string(i));
             test::makeFolder(folder);
             test::writeFile(folder + "/" + name, std::to_string(i));
             ASSERT_EQ(Trash::moveToTrash(folder + "/" + name), std::nullopt)

@@ -1,0 +1,50 @@
+#include "system/mount_table.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <sstream>
+
+#include "core/unique_fd.h"
+#include "system/fd_io.h"
+
+namespace kelvane {
+
+std::string MountTable::unescaped(const std::string& field) {
+    std::string out;
+    out.reserve(field.size());
+    for (std::size_t i = 0; i < field.size(); ++i) {
+        const bool octal = field[i] == '\\' && i + 3 < field.size() && field[i + 1] >= '0' &&
+                           field[i + 1] <= '3' && field[i + 2] >= '0' && field[i + 2] <= '7' &&
+                           field[i + 3] >= '0' && field[i + 3] <= '7';
+        if (!octal) {
+            out += field[i];
+            continue;
+        }
+        out += static_cast<char>((field[i + 1] - '0') * 64 + (field[i + 2] - '0') * 8 +
+                                 (field[i + 3] - '0'));
+        i += 3;
+    }
+    return out;
+}
+
+std::variant<std::vector<std::string>, int> MountTable::mountPoints() {
+    const UniqueFd fd(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
+    if (!fd.valid()) return errno;
+    std::string text;
+    if (!FdIo::readAll(fd.get(), text)) return errno;
+    // Each line: id, parent id, major:minor, root, mount point, ... The
+    // fields are separated by single spaces; spaces inside are escaped.
+    std::vector<std::string> points;
+    std::istringstream lines(text);
+    std::string line;
+    while (std::getline(lines, line)) {
+        std::istringstream fields(line);
+        std::string id, parent, device, root, point;
+        if (fields >> id >> parent >> device >> root >> point) points.push_back(unescaped(point));
+    }
+    return points;
+}
+
+}  // namespace kelvane

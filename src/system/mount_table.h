@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace kelvane {
+
+// Where volumes are mounted, as this process sees them (its root and its
+// mount namespace), read from /proc/self/mountinfo. A rename carries every
+// mount below a folder along with it, so moving a folder needs to know them
+// before it moves; a walk that removes finds them by itself.
+namespace MountTable {
+
+// Every mount point, as a path from "/", exactly as the kernel spells it
+// once its escapes (\040 for a space and the like) are undone; or the errno
+// of reading the table.
+std::variant<std::vector<std::string>, int> mountPoints();
+
+// Turns the kernel's octal escapes (\040, \011, \012, \134) back into bytes.
+std::string unescaped(const std::string& field);
+
+}  // namespace MountTable
+}  // namespace kelvane
