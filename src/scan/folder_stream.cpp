@@ -19,6 +19,7 @@ constexpr std::size_t kBufferBytes = 32 * 1024;
 constexpr std::size_t kInoAt = 0;
 constexpr std::size_t kOffAt = 8;
 constexpr std::size_t kLengthAt = 16;
+constexpr std::size_t kTypeAt = 18;
 constexpr std::size_t kNameAt = 19;
 
 template <typename T>
@@ -74,6 +75,7 @@ FolderStream::Step FolderStream::next(FolderItem& item) {
         item.name = name;
         item.length = ::strnlen(name, length - kNameAt);
         item.ino = static_cast<ino_t>(field<std::uint64_t>(record, kInoAt));
+        item.type = field<std::uint8_t>(record, kTypeAt);
         return Step::item;
     }
 }

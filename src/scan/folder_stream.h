@@ -16,6 +16,9 @@ struct FolderItem {
     const char* name = nullptr;  // NUL-terminated; valid until the stream's next call
     std::size_t length = 0;
     ino_t ino = 0;
+    // What the folder says the item is (DT_DIR, DT_REG, ...); DT_UNKNOWN where the file
+    // system does not say. Only a hint: the item may change before anyone looks at it.
+    unsigned char type = 0;
 
     std::string_view view() const { return {name, length}; }
 };
