@@ -1,6 +1,8 @@
 #include "scan/folder_stream.h"
 
 #include <dirent.h>
+#include <linux/magic.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -21,6 +23,8 @@ constexpr std::size_t kOffAt = 8;
 constexpr std::size_t kLengthAt = 16;
 constexpr std::size_t kTypeAt = 18;
 constexpr std::size_t kNameAt = 19;
+// The longest record a name of NAME_MAX bytes takes, padded to 8 bytes.
+constexpr std::size_t kLongestRecord = (kNameAt + 255 + 1 + 7) / 8 * 8;
 
 template <typename T>
 T field(const std::byte* record, std::size_t at) {
@@ -35,8 +39,24 @@ bool isDot(const char* name) {
 
 }  // namespace
 
-FolderStream::FolderStream(UniqueFd fd)
-    : fd_(std::move(fd)), buffer_(std::make_unique_for_overwrite<std::byte[]>(kBufferBytes)) {}
+FolderStream::FolderStream(UniqueFd fd, bool fillsEachRead)
+    : fd_(std::move(fd)),
+      buffer_(std::make_unique_for_overwrite<std::byte[]>(kBufferBytes)),
+      fillsEachRead_(fillsEachRead) {}
+
+bool FolderStream::fillsEachRead(int fd) {
+    struct statfs info {};
+    if (::fstatfs(fd, &info) != 0) return false;
+    switch (static_cast<unsigned long>(info.f_type)) {
+        case EXT4_SUPER_MAGIC:  // also ext2 and ext3, which share the magic and the code
+        case XFS_SUPER_MAGIC:
+        case BTRFS_SUPER_MAGIC:
+        case TMPFS_MAGIC:
+            return true;
+        default:
+            return false;
+    }
+}
 
 bool FolderStream::fill() {
     const ssize_t got = ::getdents64(fd_.get(), buffer_.get(), kBufferBytes);
@@ -44,6 +64,7 @@ bool FolderStream::fill() {
     filled_ = static_cast<std::size_t>(got);
     used_ = 0;
     if (got == 0) ended_ = true;
+    lastBatch_ = fillsEachRead_ && filled_ + kLongestRecord <= kBufferBytes;
     return true;
 }
 
@@ -51,6 +72,10 @@ FolderStream::Step FolderStream::next(FolderItem& item) {
     for (;;) {
         if (ended_) return Step::end;
         if (used_ >= filled_) {
+            if (lastBatch_) {
+                ended_ = true;
+                continue;
+            }
             if (!fill()) {
                 ended_ = true;
                 return Step::failed;
@@ -99,6 +124,7 @@ bool FolderStream::seekTo(off_t position) {
     position_ = position;
     filled_ = used_ = 0;
     ended_ = false;
+    lastBatch_ = false;
     return true;
 }
 

@@ -31,7 +31,15 @@ class FolderStream {
   public:
     enum class Step { item, end, failed };
 
-    explicit FolderStream(UniqueFd fd);
+    // `fillsEachRead`: the folder's file system is one whose kernel code hands out names until
+    // the buffer is full or the folder has ended (ext4, XFS, Btrfs, tmpfs), so a read that left
+    // room for the longest possible name was the last, and the read that would only confirm the
+    // end is saved: one call per small folder instead of two. Elsewhere (FUSE, NFS, ...) a short
+    // read proves nothing and the stream reads on until the kernel returns nothing.
+    explicit FolderStream(UniqueFd fd, bool fillsEachRead = false);
+
+    // Whether the file system of the folder open as `fd` is one that fills each read.
+    static bool fillsEachRead(int fd);
 
     // The next name, the end of the folder, or a failed read (the folder is then cut short).
     Step next(FolderItem& item);
@@ -57,6 +65,8 @@ class FolderStream {
     std::size_t filled_ = 0;
     std::size_t used_ = 0;
     bool ended_ = false;
+    bool fillsEachRead_ = false;
+    bool lastBatch_ = false;  // the batch in the buffer is the folder's last
     // Directory positions are cookies the file system hands out (d_off): `position_` is where
     // the next record begins, `lastStart_` where the last returned one began.
     off_t position_ = 0;

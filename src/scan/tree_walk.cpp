@@ -141,6 +141,9 @@ class Walk {
 
     LinkOwners links_;
     UniqueFd rootFd_;  // a spare descriptor of the root, to find a folder again from the top
+    // The root's file system ends each folder with a short read. Every folder walked is on it:
+    // other mounts are never entered.
+    bool fillsEachRead_ = false;
     std::shared_ptr<WalkFolder> rootFolder_;
 
     std::atomic<std::int64_t> visits_{0};
@@ -295,7 +298,7 @@ void Walker::enter(const FolderItem& item, std::uint32_t index, const struct sta
         ++counts_.unreadable;
         return closeUnlisted(std::move(folder));
     }
-    push(Frame{std::move(folder), FolderStream(std::move(fd))});
+    push(Frame{std::move(folder), FolderStream(std::move(fd), walk_.fillsEachRead_)});
 }
 
 void Walker::count(std::uint32_t index, const struct stat& status) {
@@ -426,7 +429,8 @@ ScanStats Walk::run(const struct stat& rootStatus) {
     rootFd_ = UniqueFd(::fcntl(fd.get(), F_DUPFD_CLOEXEC, 0));
     rootFolder_ = std::make_shared<WalkFolder>(nullptr, std::string(), 0, rootStatus.st_dev,
                                                rootStatus.st_ino, rootBytes);
-    caller.start(Frame{rootFolder_, FolderStream(std::move(fd))});
+    fillsEachRead_ = FolderStream::fillsEachRead(fd.get());
+    caller.start(Frame{rootFolder_, FolderStream(std::move(fd), fillsEachRead_)});
     caller.run();
     helpers_.clear();  // joins them; each has added its visits and counts
     // Every visit is in the count now: the polls the threads' visits still owe are made here,
