@@ -318,7 +318,9 @@ TEST_F(CategoryDetailTest, TheMapSharesSelectionMenuAndNavigationWithTheList) {
     makeFile("m/big/y/f", 100'000);
     makeFile("m/file.bin", 200'000);
     makeFile("other/f", 1'000);
-    launch(std::vector{folderCategory("m", {path("m")}), folderCategory("o", {path("other")})});
+    makeFile("x/other/f", 2'000);
+    launch(std::vector{folderCategory("m", {path("m")}),
+                       folderCategory("o", {path("other"), path("x/other")})});
     settle();
     CategoryDetailView& v = view("m");
     EXPECT_TRUE(v.list().isVisible());
@@ -400,8 +402,13 @@ TEST_F(CategoryDetailTest, TheMapSharesSelectionMenuAndNavigationWithTheList) {
     EXPECT_FALSE(std::filesystem::exists(path("m/file.bin")));
     for (const MapTile& t : map.tiles()) EXPECT_NE(t.path, path("m/file.bin"));
 
-    // The next category opens as a map too.
-    EXPECT_TRUE(view("o").map().isVisible());
+    // The next category opens as a map too; its two roots named "other" are told apart.
+    FolderMapView& roots = view("o").map();
+    EXPECT_TRUE(roots.isVisible());
+    QStringList names;
+    for (std::size_t i = 0; i < roots.tiles().size(); ++i) names << roots.tileName(i);
+    names.sort();
+    EXPECT_EQ(names, (QStringList{"~/other", "~/x/other"}));
 }
 
 }  // namespace

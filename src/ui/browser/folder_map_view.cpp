@@ -126,6 +126,13 @@ void FolderMapView::rebuild() {
     tiles_ =
         FolderMap::build(model.entries(), model.store(),
                          {kMargin, kMargin, width() - 2 * kMargin, height() - 2 * kMargin}, style);
+    std::set<std::string> seen;
+    repeatedNames_.clear();
+    for (const MapTile& tile : tiles_) {
+        if (tile.depth == 0 && !tile.name.empty() && !seen.insert(tile.name).second) {
+            repeatedNames_.insert(tile.name);
+        }
+    }
     // The keyboard stays on the same item when sizes move tiles around.
     current_.reset();
     for (std::size_t i = 0; current && i < tiles_.size(); ++i) {
@@ -152,6 +159,11 @@ QString FolderMapView::tileName(std::size_t index) const {
     const MapTile& tile = tiles_.at(index);
     if (tile.kind == MapTile::Kind::others) {
         return QStringLiteral("その他 (%1 項目)").arg(tile.merged);
+    }
+    if (tile.depth == 0 && repeatedNames_.count(tile.name) != 0) {
+        // As the list does for such roots: the short path tells them apart, and eliding its
+        // middle keeps the name and the folder just above it.
+        return DisplayText::fromBytes(PathText::shortForm(tile.path, bridge_.model().home()));
     }
     return DisplayText::fromBytes(tile.name);
 }

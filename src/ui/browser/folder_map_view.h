@@ -2,6 +2,8 @@
 
 #include <QWidget>
 #include <optional>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "model/map_tile.h"
@@ -62,6 +64,9 @@ class FolderMapView : public QWidget {
     EmptyStatePanel* emptyState_;
     QTimer* relayoutTimer_;
     std::vector<MapTile> tiles_;
+    // Names that several top-level tiles share (each Flatpak app's "cache" among a category's
+    // roots): those tiles are labelled with where they are.
+    std::set<std::string> repeatedNames_;
     std::optional<std::size_t> current_;
     // The item a Shift click extends the selection from.
     std::optional<std::string> anchor_;
