@@ -82,9 +82,8 @@ std::string ErrorText::refusal(int code) {
         case FileError::mountInside:
             return "中に別のボリュームがマウントされているため、その部分は削除しません";
         case FileError::mountInsideNotMoved:
-            return "中に別のボリュームがマウントされているため、ゴミ箱に入れません。「完全に削除」"
-                   "なら、"
-                   "その部分を残して削除できます";
+            return "中に別のボリュームがマウントされているため、ゴミ箱に入れません。"
+                   "「完全に削除」なら、その部分を残して削除できます";
         case FileError::untrustedLink:
             return "途中のフォルダが他のユーザーのシンボリックリンクのため、削除しません";
         case FileError::trashOwnFolder:

@@ -10,8 +10,10 @@
 #include "system/fd_io.h"
 
 namespace kelvane {
+namespace {
 
-std::string MountTable::unescaped(const std::string& field) {
+// Turns the kernel's octal escapes (\040, \011, \012, \134) back into bytes.
+std::string unescaped(const std::string& field) {
     std::string out;
     out.reserve(field.size());
     for (std::size_t i = 0; i < field.size(); ++i) {
@@ -28,6 +30,8 @@ std::string MountTable::unescaped(const std::string& field) {
     }
     return out;
 }
+
+}  // namespace
 
 std::variant<std::vector<std::string>, int> MountTable::mountPoints() {
     const UniqueFd fd(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));

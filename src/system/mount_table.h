@@ -17,8 +17,5 @@ namespace MountTable {
 // of reading the table.
 std::variant<std::vector<std::string>, int> mountPoints();
 
-// Turns the kernel's octal escapes (\040, \011, \012, \134) back into bytes.
-std::string unescaped(const std::string& field);
-
 }  // namespace MountTable
 }  // namespace kelvane
