@@ -10,6 +10,7 @@
 #include "ui/overview/biggest_card.h"
 #include "ui/overview/biggest_row.h"
 #include "ui/overview/disk_card.h"
+#include "ui/overview/disk_usage_bar.h"
 #include "ui/overview/full_disk_access_banner.h"
 #include "ui/overview/log_card.h"
 #include "ui/overview/overview_view.h"
@@ -127,6 +128,9 @@ TEST_F(OverviewTest, CardsOverAnEmptyHome) {
         EXPECT_TRUE(homeLine());
         EXPECT_EQ(disk->figure("ホーム 空き"), bytes(free));
         EXPECT_EQ(disk->figure("ホーム 使用中"), bytes(200'000'000'000 - free));
+        const auto* bar = disk->findChild<DiskUsageBar*>("ホーム 使用率");
+        ASSERT_NE(bar, nullptr);
+        EXPECT_DOUBLE_EQ(bar->fraction(), (200'000'000'000 - free) / 200e9);
     }
 
     // The log: the newest fifteen, newest first, errors in red.

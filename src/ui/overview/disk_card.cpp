@@ -70,6 +70,10 @@ DiskCard::DiskCard(ModelBridge& bridge, QWidget* parent)
     homeTitle_ = StyledLabel::make({}, Typography::withWeight(Typography::body(), QFont::DemiBold),
                                    PaletteRoles::primaryText(), home_);
     homeStack->addWidget(homeTitle_);
+    // Thinner than the startup disk's bar: the home volume is the second line of the card.
+    homeBar_ = new DiskUsageBar(home_, 8, QStringLiteral("ホーム "));
+    homeBar_->setObjectName(QStringLiteral("ホーム 使用率"));
+    homeStack->addWidget(homeBar_);
     auto* homeRow = new QHBoxLayout;
     homeRow->setSpacing(24);
     const QString prefix = QStringLiteral("ホーム ");
@@ -110,6 +114,7 @@ void DiskCard::refresh() {
     StyledLabel::setText(homeTitle_, QStringLiteral("ホーム (") +
                                          DisplayText::fromBytes(home->mountPoint) +
                                          QStringLiteral(")"));
+    homeBar_->setUsage(home->disk.total - home->disk.available, home->disk.total);
     StyledLabel::setText(homeUsed_,
                          QString::fromStdString(Fmt::bytes(home->disk.total - home->disk.available)));
     StyledLabel::setText(homeFree_, QString::fromStdString(Fmt::bytes(home->disk.available)));

@@ -36,6 +36,7 @@ class DiskCard : public Card {
     // The home volume's line and figures, shown only when home has its own.
     QWidget* home_;
     QLabel* homeTitle_;
+    DiskUsageBar* homeBar_;
     QLabel* homeUsed_;
     QLabel* homeFree_;
     QLabel* homeTotal_;

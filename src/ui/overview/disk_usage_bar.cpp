@@ -3,25 +3,26 @@
 #include <QPainter>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "ui/components/palette_roles.h"
 
 namespace kelvane {
 
 namespace {
-constexpr int kHeight = 18;
 constexpr double kRadius = 6;
 }  // namespace
 
-DiskUsageBar::DiskUsageBar(QWidget* parent) : QWidget(parent) {
-    setFixedHeight(kHeight);
+DiskUsageBar::DiskUsageBar(QWidget* parent, int height, QString namePrefix)
+    : QWidget(parent), namePrefix_(std::move(namePrefix)) {
+    setFixedHeight(height);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setUsage(0, 0);
 }
 
 void DiskUsageBar::setUsage(std::int64_t used, std::int64_t total) {
     fraction_ = static_cast<double>(used) / static_cast<double>(std::max<std::int64_t>(total, 1));
-    setAccessibleName(QStringLiteral("使用率 %1%").arg(std::lround(fraction_ * 100)));
+    setAccessibleName(namePrefix_ + QStringLiteral("使用率 %1%").arg(std::lround(fraction_ * 100)));
     update();
 }
 
@@ -30,12 +31,14 @@ void DiskUsageBar::paintEvent(QPaintEvent*) {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
     const QRectF track(0, 0, width(), height());
+    // A thin bar keeps round ends rather than a fixed corner.
+    const double radius = std::min(kRadius, track.height() / 2);
     painter.setBrush(PaletteRoles::withOpacity(PaletteRoles::primaryText(), 0.08));
-    painter.drawRoundedRect(track, kRadius, kRadius);
+    painter.drawRoundedRect(track, radius, radius);
     const double fill = std::clamp(fraction_, 0.0, 1.0) * track.width();
     if (fill <= 0) return;
     painter.setBrush(PaletteRoles::withOpacity(PaletteRoles::accent(), 0.85));
-    painter.drawRoundedRect(QRectF(0, 0, fill, track.height()), kRadius, kRadius);
+    painter.drawRoundedRect(QRectF(0, 0, fill, track.height()), radius, radius);
 }
 
 }  // namespace kelvane

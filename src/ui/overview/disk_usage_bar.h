@@ -5,24 +5,28 @@
 
 namespace kelvane {
 
-// The startup disk's used share as a wide rounded bar: a faint track and an
-// accent fill from the leading edge. Reads as its percentage.
+// A volume's used share as a wide rounded bar: a faint track and an accent
+// fill from the leading edge. Reads as its percentage, after `namePrefix`
+// when one volume's bar must be told from another's.
 class DiskUsageBar : public QWidget {
     Q_OBJECT
   public:
-    explicit DiskUsageBar(QWidget* parent = nullptr);
+    static constexpr int kDefaultHeight = 18;
+    explicit DiskUsageBar(QWidget* parent = nullptr, int height = kDefaultHeight,
+                          QString namePrefix = {});
 
     void setUsage(std::int64_t used, std::int64_t total);
     // used ÷ total, with a total below 1 counted as 1.
     double fraction() const { return fraction_; }
 
-    QSize sizeHint() const override { return {200, 18}; }
+    QSize sizeHint() const override { return {200, height()}; }
 
   protected:
     void paintEvent(QPaintEvent* event) override;
 
   private:
     double fraction_ = 0;
+    QString namePrefix_;
 };
 
 }  // namespace kelvane
