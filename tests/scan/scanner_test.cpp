@@ -59,6 +59,10 @@ TEST(Scanner, MatchesTheClassicWalkOnHostileTrees) {
     ASSERT_TRUE(t.file("sparse", 1) && ::truncate((t / "sparse").c_str(), 1 << 30) == 0);
     const auto mount = test::ScopedMount::tmpfs(t / "mnt");
     ASSERT_TRUE(mount.error() != 0 || (t.dir("mnt/inside") && t.file("mnt/inside/f", 5000)));
+    // A bind mount of a folder of the same device: entered, as the classic walk does, although
+    // the walker's quick way into folders refuses to cross it.
+    ASSERT_TRUE(t.dir("bound"));
+    const auto bound = test::ScopedMount::bind(t / "a", t / "bound");
 
     // The root as given, with a trailing slash (child paths do not double it), through a link,
     // and roots that are not folders. Each walk counts the shared file once, in its own walk.
