@@ -39,9 +39,10 @@ bool isDot(const char* name) {
 
 }  // namespace
 
-FolderStream::FolderStream(UniqueFd fd, bool fillsEachRead)
+FolderStream::FolderStream(UniqueFd fd, bool fillsEachRead, Buffer buffer)
     : fd_(std::move(fd)),
-      buffer_(std::make_unique_for_overwrite<std::byte[]>(kBufferBytes)),
+      buffer_(buffer ? std::move(buffer)
+                     : std::make_unique_for_overwrite<std::byte[]>(kBufferBytes)),
       fillsEachRead_(fillsEachRead) {}
 
 bool FolderStream::fillsEachRead(int fd) {

@@ -30,13 +30,16 @@ struct FolderItem {
 class FolderStream {
   public:
     enum class Step { item, end, failed };
+    using Buffer = std::unique_ptr<std::byte[]>;
 
     // `fillsEachRead`: the folder's file system is one whose kernel code hands out names until
     // the buffer is full or the folder has ended (ext4, XFS, Btrfs, tmpfs), so a read that left
     // room for the longest possible name was the last, and the read that would only confirm the
     // end is saved: one call per small folder instead of two. Elsewhere (FUSE, NFS, ...) a short
     // read proves nothing and the stream reads on until the kernel returns nothing.
-    explicit FolderStream(UniqueFd fd, bool fillsEachRead = false);
+    // `buffer`, when given, is one that another stream gave back with takeBuffer(): a walk
+    // that opens folder after folder reuses a few instead of allocating one per folder.
+    explicit FolderStream(UniqueFd fd, bool fillsEachRead = false, Buffer buffer = {});
 
     // Whether the file system of the folder open as `fd` is one that fills each read.
     static bool fillsEachRead(int fd);
@@ -51,6 +54,9 @@ class FolderStream {
     // next() is called again, so the last returned record is still in the buffer.
     void park();
 
+    // Gives the buffer to whoever opens the next stream; this one is not read again.
+    Buffer takeBuffer() { return std::move(buffer_); }
+
     // Continues on `fd`, a new descriptor of the parked folder. False when the folder no longer
     // lists the last name returned before parking (it changed meanwhile): the stream then ends.
     bool resume(UniqueFd fd);
@@ -61,7 +67,7 @@ class FolderStream {
     bool skipPastMark();
 
     UniqueFd fd_;
-    std::unique_ptr<std::byte[]> buffer_;
+    Buffer buffer_;
     std::size_t filled_ = 0;
     std::size_t used_ = 0;
     bool ended_ = false;

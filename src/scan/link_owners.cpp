@@ -12,7 +12,8 @@ std::size_t LinkOwners::KeyHash::operator()(const Key& key) const noexcept {
 }
 
 bool LinkOwners::meet(dev_t dev, ino_t ino, std::int64_t bytes,
-                      const std::shared_ptr<WalkFolder>& folder, std::uint32_t index) {
+                      const std::shared_ptr<WalkFolder>& folder, std::uint32_t index,
+                      bool inWalkOrder) {
     const std::lock_guard guard(mutex_);
     const auto [it, first] = owners_.try_emplace(Key{dev, ino}, Owner{folder, index, bytes});
     if (first) {
@@ -20,7 +21,7 @@ bool LinkOwners::meet(dev_t dev, ino_t ino, std::int64_t bytes,
         return true;
     }
     Owner& owner = it->second;
-    if (walksBefore(*folder, index, *owner.folder, owner.index)) {
+    if (!inWalkOrder && walksBefore(*folder, index, *owner.folder, owner.index)) {
         folder->holdsLinks.store(true, std::memory_order_relaxed);
         owner.folder = folder;
         owner.index = index;

@@ -19,8 +19,10 @@ class LinkOwners {
   public:
     // Records that the file `dev`/`ino` of `bytes` was met as item `index` of `folder`. True
     // the first time the walk meets the file: the caller counts it then, and only then.
+    // `inWalkOrder`: every earlier meeting comes before this one in the one-thread order (one
+    // thread has walked so far), so an owner already recorded stays without a comparison.
     bool meet(dev_t dev, ino_t ino, std::int64_t bytes, const std::shared_ptr<WalkFolder>& folder,
-              std::uint32_t index);
+              std::uint32_t index, bool inWalkOrder);
 
     // Adds each file's bytes to its owner's and every folder above it's `linkedBytes`. Called
     // once, after every thread of the walk has stopped.

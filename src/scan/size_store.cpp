@@ -13,9 +13,9 @@ std::optional<std::int64_t> SizeStore::size(const std::string& path) const {
     return it->second;
 }
 
-void SizeStore::record(std::int64_t bytes, const std::string& path) {
+void SizeStore::record(std::int64_t bytes, std::string path) {
     const std::lock_guard guard(lock_);
-    sizes_.insert_or_assign(path, bytes);
+    sizes_.insert_or_assign(std::move(path), bytes);
 }
 
 std::optional<std::int64_t> SizeStore::removeSubtree(const std::string& path) {

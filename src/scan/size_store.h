@@ -25,7 +25,7 @@ class SizeStore {
     std::optional<std::int64_t> size(const std::string& path) const;
 
     // Sets the value for `path`, replacing an earlier one (never adds up).
-    void record(std::int64_t bytes, const std::string& path);
+    void record(std::int64_t bytes, std::string path);
 
     // Removes `path` and every key below it ("/a/b" takes "/a/b/c" but not "/a/bc"); a path that
     // already ends in "/" only takes the keys below it. Returns the value `path` itself had.

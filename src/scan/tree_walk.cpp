@@ -19,9 +19,9 @@
 #include <thread>
 #include <vector>
 
+#include "core/unique_fd.h"
 #include "scan/folder_stream.h"
 #include "scan/link_owners.h"
-#include "core/unique_fd.h"
 #include "scan/size_store.h"
 #include "scan/thread_budget.h"
 #include "scan/walk_folder.h"
@@ -29,9 +29,14 @@
 namespace kelvane {
 namespace {
 
-// An extra thread adds its visits to the shared count in batches of this many, so the threads
-// do not fight over one counter per item; the calling thread adds its own at once.
+// Each thread adds its visits to the shared count in batches of at most this many, so the
+// threads do not fight over one counter per item. The calling thread ends a batch early where a
+// poll falls due, so its polls come at the same visits as if it counted each one.
 constexpr std::int64_t kVisitBatch = 64;
+
+// Listing buffers a thread keeps from finished folders: leaving a chain of folders and
+// entering the next one needs a few, and each is 32 KiB.
+constexpr std::size_t kSpareBuffers = 4;
 
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
@@ -207,6 +212,8 @@ class Walker {
     ScanStats counts_;
     std::int64_t unflushedVisits_ = 0;
     std::int64_t unflushedBytes_ = 0;
+    std::int64_t batch_ = 1;  // visits kept before adding them to the shared count
+    std::vector<FolderStream::Buffer> spareBuffers_;  // of folders finished, for the next ones
 };
 
 void Walker::run() {
@@ -249,7 +256,7 @@ void Walker::step() {
             break;
     }
     const std::uint32_t index = top.nextIndex++;
-    struct stat status {};
+    struct stat status;  // read only once a call has filled it; clearing it costs per item
     // A folder the listing names as one is opened first and examined through its descriptor:
     // its name is looked up once instead of twice, a tenth of all lookups in a typical tree.
     // Whatever the open refuses (a mount point, a name swapped for a link or a file, no right
@@ -298,14 +305,23 @@ void Walker::enter(const FolderItem& item, std::uint32_t index, const struct sta
         ++counts_.unreadable;
         return closeUnlisted(std::move(folder));
     }
-    push(Frame{std::move(folder), FolderStream(std::move(fd), walk_.fillsEachRead_)});
+    FolderStream::Buffer buffer;
+    if (!spareBuffers_.empty()) {
+        buffer = std::move(spareBuffers_.back());
+        spareBuffers_.pop_back();
+    }
+    push(Frame{std::move(folder),
+               FolderStream(std::move(fd), walk_.fillsEachRead_, std::move(buffer))});
 }
 
 void Walker::count(std::uint32_t index, const struct stat& status) {
     const std::int64_t bytes = allocatedBytes(status);
     // Only files with several names can have been met already; the rest skip the shared set.
     if (status.st_nlink >= 2) {
-        if (!walk_.links_.meet(status.st_dev, status.st_ino, bytes, stack_.back().folder, index)) {
+        // Until a second thread starts, the calling thread meets every name in walk order.
+        const bool inWalkOrder = caller_ && walk_.helpers_.empty();
+        if (!walk_.links_.meet(status.st_dev, status.st_ino, bytes, stack_.back().folder, index,
+                               inWalkOrder)) {
             visit(0);
             return;
         }
@@ -326,6 +342,11 @@ void Walker::closeUnlisted(std::shared_ptr<WalkFolder> folder) {
 void Walker::finishListing() {
     Frame done = std::move(stack_.back());
     stack_.pop_back();
+    if (spareBuffers_.size() < kSpareBuffers) {
+        if (FolderStream::Buffer buffer = done.stream.takeBuffer()) {
+            spareBuffers_.push_back(std::move(buffer));
+        }
+    }
     done.folder->total.fetch_add(done.listedBytes, std::memory_order_relaxed);
     if (firstOpen_ > stack_.size()) firstOpen_ = stack_.size();
     if (!stack_.empty() && stack_.back().stream.parked()) reopenTop(done);
@@ -391,23 +412,25 @@ void Walker::reopenTop(const Frame& below) {
 }
 
 void Walker::visit(std::int64_t bytes) {
-    if (caller_) {
-        walk_.countedBytes_.fetch_add(bytes, std::memory_order_relaxed);
-        walk_.visits_.fetch_add(1, std::memory_order_relaxed);
-        if (walk_.pollDue()) walk_.poll();
-        return;
-    }
     ++unflushedVisits_;
     unflushedBytes_ += bytes;
-    if (unflushedVisits_ >= kVisitBatch) flush();
+    if (unflushedVisits_ >= batch_) flush();
 }
 
 void Walker::flush() {
-    if (unflushedVisits_ == 0) return;
-    walk_.addVisits(unflushedVisits_, unflushedBytes_);
-    unflushedVisits_ = 0;
-    unflushedBytes_ = 0;
-    walk_.keepPace();
+    if (unflushedVisits_ > 0) {
+        walk_.addVisits(unflushedVisits_, unflushedBytes_);
+        unflushedVisits_ = 0;
+        unflushedBytes_ = 0;
+    }
+    if (!caller_) return walk_.keepPace();
+    if (walk_.pollDue()) walk_.poll();
+    // Up to the next poll, as far as the count shows now; extra threads may bring it closer,
+    // which delays that poll by less than one batch.
+    const std::int64_t toPoll =
+        (walk_.polls_.load(std::memory_order_relaxed) + 1) * Scanner::kPollInterval -
+        walk_.visits_.load(std::memory_order_relaxed);
+    batch_ = std::clamp<std::int64_t>(toPoll, 1, kVisitBatch);
 }
 
 ScanStats Walk::run(const struct stat& rootStatus) {

@@ -1,7 +1,5 @@
 #include "scan/walk_folder.h"
 
-#include <vector>
-
 namespace kelvane {
 
 WalkFolder::WalkFolder(std::shared_ptr<WalkFolder> parentFolder, std::string folderName,
@@ -30,20 +28,18 @@ WalkFolder::~WalkFolder() {
 
 std::string WalkFolder::path(const std::string& root) const {
     if (!parent) return root;
-    std::vector<const WalkFolder*> chain;
-    std::size_t length = 0;
-    for (const WalkFolder* f = this; f->parent; f = f->parent.get()) {
-        chain.push_back(f);
-        length += f->name.size() + 1;
-    }
     const std::size_t base = !root.empty() && root.back() == '/' ? root.size() - 1 : root.size();
-    std::string out;
-    out.reserve(base + length);
-    out.append(root, 0, base);
-    for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
-        out.push_back('/');
-        out.append((*it)->name);
+    std::size_t length = base;
+    for (const WalkFolder* f = this; f->parent; f = f->parent.get()) length += f->name.size() + 1;
+    // Filled from the end, going up the chain: no list of the folders on the way is needed.
+    std::string out(length, '/');
+    std::size_t end = length;
+    for (const WalkFolder* f = this; f->parent; f = f->parent.get()) {
+        end -= f->name.size();
+        f->name.copy(out.data() + end, f->name.size());
+        --end;  // the '/' before the name is already there
     }
+    root.copy(out.data(), base);
     return out;
 }
 
