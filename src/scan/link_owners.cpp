@@ -15,7 +15,7 @@ bool LinkOwners::meet(dev_t dev, ino_t ino, std::int64_t bytes,
                       const std::shared_ptr<WalkFolder>& folder, std::uint32_t index,
                       bool inWalkOrder) {
     const std::lock_guard guard(mutex_);
-    const auto [it, first] = owners_.try_emplace(Key{dev, ino}, Owner{folder, index, bytes});
+    const auto [it, first] = owners_.try_emplace(Key{dev, ino}, folder, index, bytes);
     if (first) {
         folder->holdsLinks.store(true, std::memory_order_relaxed);
         return true;
