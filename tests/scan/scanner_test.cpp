@@ -63,6 +63,9 @@ TEST(Scanner, MatchesTheClassicWalkOnHostileTrees) {
     // the walker's quick way into folders refuses to cross it.
     ASSERT_TRUE(t.dir("bound"));
     const auto bound = test::ScopedMount::bind(t / "a", t / "bound");
+    // The whole tree again below itself: a cycle, which only a folder met across a mount closes.
+    ASSERT_TRUE(t.dir("a/b/up"));
+    const auto cycle = test::ScopedMount::bind(t.path(), t / "a/b/up");
 
     // The root as given, with a trailing slash (child paths do not double it), through a link,
     // and roots that are not folders. Each walk counts the shared file once, in its own walk.
