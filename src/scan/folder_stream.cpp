@@ -99,7 +99,7 @@ FolderStream::Step FolderStream::next(FolderItem& item) {
         lastAt_ = at;
         returnedAny_ = true;
         item.name = name;
-        item.length = ::strnlen(name, length - kNameAt);
+        item.room = length - kNameAt;
         item.ino = static_cast<ino_t>(field<std::uint64_t>(record, kInoAt));
         item.type = field<std::uint8_t>(record, kTypeAt);
         return Step::item;

@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -14,13 +15,14 @@ namespace kelvane {
 // One name in a folder, as the kernel lists it.
 struct FolderItem {
     const char* name = nullptr;  // NUL-terminated; valid until the stream's next call
-    std::size_t length = 0;
+    std::size_t room = 0;        // bytes the name may take in its record, its NUL included
     ino_t ino = 0;
     // What the folder says the item is (DT_DIR, DT_REG, ...); DT_UNKNOWN where the file
     // system does not say. Only a hint: the item may change before anyone looks at it.
     unsigned char type = 0;
 
-    std::string_view view() const { return {name, length}; }
+    // Measured only when asked: most items are examined by name and never need the length.
+    std::string_view view() const { return {name, ::strnlen(name, room)}; }
 };
 
 // Reads the names of one open folder with getdents64 into a fixed buffer, a batch at a time, so

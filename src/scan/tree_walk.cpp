@@ -284,9 +284,10 @@ void Walker::step() {
 void Walker::enter(const FolderItem& item, std::uint32_t index, const struct stat& status,
                    UniqueFd opened) {
     const std::shared_ptr<WalkFolder>& parent = stack_.back().folder;
+    const bool byName = !opened.valid();
     // A folder that is also one of its own ancestors (a bind mount of an ancestor below it) would
     // be walked forever; it is visited once and counts nothing.
-    if (parent->isSelfOrAbove(status.st_dev, status.st_ino)) {
+    if ((byName || parent->mayCloseCycle) && parent->isSelfOrAbove(status.st_dev, status.st_ino)) {
         visit(0);
         return;
     }
@@ -295,7 +296,7 @@ void Walker::enter(const FolderItem& item, std::uint32_t index, const struct sta
     visit(own);
     if (walk_.stopping_.load(std::memory_order_relaxed)) return;
     auto folder = std::make_shared<WalkFolder>(parent, std::string(item.view()), index,
-                                               status.st_dev, status.st_ino, own);
+                                               status.st_dev, status.st_ino, own, byName);
     parent->pending.fetch_add(1, std::memory_order_relaxed);
     // A mount point counts with its own size and is not entered.
     if (status.st_dev != walk_.rootDev_) return closeUnlisted(std::move(folder));

@@ -4,13 +4,14 @@ namespace kelvane {
 
 WalkFolder::WalkFolder(std::shared_ptr<WalkFolder> parentFolder, std::string folderName,
                        std::uint32_t placeInParent, dev_t device, ino_t inode,
-                       std::int64_t ownBytes)
+                       std::int64_t ownBytes, bool enteredByName)
     : parent(std::move(parentFolder)),
       name(std::move(folderName)),
       index(placeInParent),
       depth(parent ? parent->depth + 1 : 0),
       dev(device),
       ino(inode),
+      mayCloseCycle(enteredByName || (parent && parent->mayCloseCycle)),
       total(ownBytes) {}
 
 WalkFolder::~WalkFolder() {

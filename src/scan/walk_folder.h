@@ -14,8 +14,10 @@ namespace kelvane {
 // thread. It keeps only its own name, never its whole path, so a deep tree costs memory in
 // proportion to its depth.
 struct WalkFolder {
+    // `enteredByName`: the walk came in through a lookup by name that may cross onto another
+    // mount, not through an open that refuses to leave the parent's mount.
     WalkFolder(std::shared_ptr<WalkFolder> parent, std::string name, std::uint32_t index, dev_t dev,
-               ino_t ino, std::int64_t ownBytes);
+               ino_t ino, std::int64_t ownBytes, bool enteredByName = false);
     // Releases the chain of folders above without recursing, however deep it is.
     ~WalkFolder();
     WalkFolder(const WalkFolder&) = delete;
@@ -35,6 +37,10 @@ struct WalkFolder {
     const std::uint32_t depth;
     const dev_t dev;
     const ino_t ino;
+    // It or a folder above it was entered by name, so the way here may pass through a bind mount
+    // of a folder above. Without one, every folder on the way is on the mount the walk began on,
+    // and there the kernel never lets a folder appear a second time below itself: no cycle.
+    const bool mayCloseCycle;
 
     // Its own size plus everything below it counted so far, hard-linked files aside.
     std::atomic<std::int64_t> total;
