@@ -296,7 +296,8 @@ void Walker::enter(const FolderItem& item, std::uint32_t index, const struct sta
     visit(own);
     if (walk_.stopping_.load(std::memory_order_relaxed)) return;
     auto folder = std::make_shared<WalkFolder>(parent, std::string(item.view()), index,
-                                               status.st_dev, status.st_ino, own, byName);
+                                               status.st_dev, status.st_ino, own,
+                                               walk_.store_.place(parent->slot, item.view()), byName);
     parent->pending.fetch_add(1, std::memory_order_relaxed);
     // A mount point counts with its own size and is not entered.
     if (status.st_dev != walk_.rootDev_) return closeUnlisted(std::move(folder));
@@ -452,7 +453,7 @@ ScanStats Walk::run(const struct stat& rootStatus) {
     }
     rootFd_ = UniqueFd(::fcntl(fd.get(), F_DUPFD_CLOEXEC, 0));
     rootFolder_ = std::make_shared<WalkFolder>(nullptr, std::string(), 0, rootStatus.st_dev,
-                                               rootStatus.st_ino, rootBytes);
+                                               rootStatus.st_ino, rootBytes, store_.place(root_));
     fillsEachRead_ = FolderStream::fillsEachRead(fd.get());
     caller.start(Frame{rootFolder_, FolderStream(std::move(fd), fillsEachRead_)});
     caller.run();
@@ -464,7 +465,7 @@ ScanStats Walk::run(const struct stat& rootStatus) {
     links_.settle();
     for (const std::shared_ptr<WalkFolder>& folder : heldBack_) {
         store_.record(folder->total.load(std::memory_order_relaxed) + folder->linkedBytes,
-                      folder->path(root_));
+                      std::move(folder->slot));
     }
     if (finished_.load(std::memory_order_relaxed))
         counts_.bytes = rootTotal_ + rootFolder_->linkedBytes;
@@ -521,7 +522,7 @@ void Walk::finishFolder(std::shared_ptr<WalkFolder> folder) {
             const std::lock_guard guard(mutex_);
             heldBack_.push_back(folder);
         } else {
-            store_.record(total, folder->path(root_));
+            store_.record(total, std::move(folder->slot));
         }
         std::shared_ptr<WalkFolder> up = folder->parent;
         if (!up) {

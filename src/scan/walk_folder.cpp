@@ -4,7 +4,7 @@ namespace kelvane {
 
 WalkFolder::WalkFolder(std::shared_ptr<WalkFolder> parentFolder, std::string folderName,
                        std::uint32_t placeInParent, dev_t device, ino_t inode,
-                       std::int64_t ownBytes, bool enteredByName)
+                       std::int64_t ownBytes, SizeStore::Slot place, bool enteredByName)
     : parent(std::move(parentFolder)),
       name(std::move(folderName)),
       index(placeInParent),
@@ -12,7 +12,8 @@ WalkFolder::WalkFolder(std::shared_ptr<WalkFolder> parentFolder, std::string fol
       dev(device),
       ino(inode),
       mayCloseCycle(enteredByName || (parent && parent->mayCloseCycle)),
-      total(ownBytes) {}
+      total(ownBytes),
+      slot(std::move(place)) {}
 
 WalkFolder::~WalkFolder() {
     // Letting shared_ptr release the parent would destroy the whole chain recursively, one stack
@@ -25,23 +26,6 @@ WalkFolder::~WalkFolder() {
         std::atomic_thread_fence(std::memory_order_acquire);
         up = std::move(up->parent);
     }
-}
-
-std::string WalkFolder::path(const std::string& root) const {
-    if (!parent) return root;
-    const std::size_t base = !root.empty() && root.back() == '/' ? root.size() - 1 : root.size();
-    std::size_t length = base;
-    for (const WalkFolder* f = this; f->parent; f = f->parent.get()) length += f->name.size() + 1;
-    // Filled from the end, going up the chain: no list of the folders on the way is needed.
-    std::string out(length, '/');
-    std::size_t end = length;
-    for (const WalkFolder* f = this; f->parent; f = f->parent.get()) {
-        end -= f->name.size();
-        f->name.copy(out.data() + end, f->name.size());
-        --end;  // the '/' before the name is already there
-    }
-    root.copy(out.data(), base);
-    return out;
 }
 
 bool WalkFolder::isSelfOrAbove(dev_t device, ino_t inode) const {

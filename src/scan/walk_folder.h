@@ -7,6 +7,8 @@
 #include <memory>
 #include <string>
 
+#include "scan/size_store.h"
+
 namespace kelvane {
 
 // A folder of a running walk, from the moment the walk meets it until its total is final. Its
@@ -17,16 +19,11 @@ struct WalkFolder {
     // `enteredByName`: the walk came in through a lookup by name that may cross onto another
     // mount, not through an open that refuses to leave the parent's mount.
     WalkFolder(std::shared_ptr<WalkFolder> parent, std::string name, std::uint32_t index, dev_t dev,
-               ino_t ino, std::int64_t ownBytes, bool enteredByName = false);
+               ino_t ino, std::int64_t ownBytes, SizeStore::Slot slot, bool enteredByName = false);
     // Releases the chain of folders above without recursing, however deep it is.
     ~WalkFolder();
     WalkFolder(const WalkFolder&) = delete;
     WalkFolder& operator=(const WalkFolder&) = delete;
-
-    // The path the walk reached this folder by: the root as given, then the names below it.
-    // Like the classic tree walk, one trailing "/" of the root is not doubled ("/" + "usr" is
-    // "/usr", "a/" + "b" is "a/b").
-    std::string path(const std::string& root) const;
 
     // Whether `dev`/`ino` is this folder or one above it (a folder met again closes a cycle).
     bool isSelfOrAbove(dev_t dev, ino_t ino) const;
@@ -50,6 +47,8 @@ struct WalkFolder {
     std::atomic<bool> holdsLinks{false};
     // Bytes of the hard-linked files it owns below it, added once the walk has ended.
     std::int64_t linkedBytes = 0;
+    // Where its total goes once final; its subfolders' places are made inside it.
+    SizeStore::Slot slot;
 };
 
 // Whether the item `indexA` of `a` comes before the item `indexB` of `b` in the order a
