@@ -16,7 +16,9 @@ void forEachName(std::string_view path, Visit&& visit) {
     }
 }
 
-bool isAbsolute(std::string_view path) { return !path.empty() && path.front() == '/'; }
+bool isAbsolute(std::string_view path) {
+    return !path.empty() && path.front() == '/';
+}
 
 }  // namespace
 
@@ -118,8 +120,7 @@ void SizeStore::adjust(std::string_view path, std::int64_t delta) {
     if (node != nullptr && node != &relative_) change(*node);
 }
 
-std::vector<std::pair<std::string, std::int64_t>> SizeStore::children(
-    std::string_view path) const {
+std::vector<std::pair<std::string, std::int64_t>> SizeStore::children(std::string_view path) const {
     const std::lock_guard guard(lock_);
     std::vector<std::pair<std::string, std::int64_t>> out;
     const Node* const node = find(path);

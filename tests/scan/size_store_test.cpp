@@ -84,8 +84,8 @@ TEST(SizeStore, SlotsRecordWhereTheirPathWouldAfterRemovals) {
     SizeStore::Slot a = store.place(root, "a");
     SizeStore::Slot b = store.place(a, "b");
     EXPECT_EQ(store.count(), 1u);  // places are not keys until recorded
-    EXPECT_EQ(store.children("/r"), (std::vector<std::pair<std::string, std::int64_t>>{
-                                        {"/r/old", 5}}));
+    EXPECT_EQ(store.children("/r"),
+              (std::vector<std::pair<std::string, std::int64_t>>{{"/r/old", 5}}));
     store.record(1, "/r/a/b/c");
     EXPECT_EQ(store.removeSubtree("/r"), std::nullopt);
     EXPECT_EQ(store.count(), 0u);
@@ -119,8 +119,8 @@ void onSmallStack(const std::function<void()>& work) {
         (*static_cast<const std::function<void()>*>(arg))();
         return nullptr;
     };
-    ASSERT_EQ(::pthread_create(&thread, &attributes, run, const_cast<std::function<void()>*>(&work)),
-              0);
+    ASSERT_EQ(
+        ::pthread_create(&thread, &attributes, run, const_cast<std::function<void()>*>(&work)), 0);
     ::pthread_join(thread, nullptr);
     ::pthread_attr_destroy(&attributes);
 }
