@@ -40,14 +40,14 @@ int main() {
     using namespace kelvane;
     std::string request;
     if (!FdIo::readAll(STDIN_FILENO, request)) return 2;
-    const LinkTrust trust = askingUser();
+    DeletionRules::Locator locator(askingUser());
     bool allGone = true;
     const std::vector<std::string> paths = AdminProtocol::decodeRequest(request);
     for (std::size_t i = 0; i < paths.size(); ++i) {
         // The app only sends absolute paths; anything else would be resolved
         // against whatever folder pkexec left us in.
         const std::optional<FileError> error = paths[i].starts_with('/')
-                                                   ? TreeRemover::remove(paths[i], trust)
+                                                   ? TreeRemover::remove(paths[i], locator)
                                                    : FileError::fromErrno(EINVAL);
         allGone = allGone && !error;
         // Answer as we go, so that a helper stopped half way still tells

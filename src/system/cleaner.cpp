@@ -52,11 +52,12 @@ std::vector<std::string> Cleaner::contents(const std::string& folder) {
 DeleteOutcome Cleaner::deleteItems(const std::vector<std::string>& paths, bool permanent,
                                    const std::function<std::int64_t(const std::string&)>& sizeOf) {
     DeleteOutcome outcome;
+    DeletionRules::Locator locator(DeletionRules::LinkTrust::currentUser());
     for (const std::string& path : paths) {
         // The size is taken first: afterwards there is nothing left to measure.
         const std::int64_t size = sizeOf(path);
         const std::optional<FileError> error =
-            permanent ? TreeRemover::remove(path) : Trash::moveToTrash(path);
+            permanent ? TreeRemover::remove(path, locator) : Trash::moveToTrash(path, locator);
         if (error) {
             outcome.failures.push_back({path, *error});
             continue;

@@ -97,8 +97,8 @@ DeletionRules::LinkTrust DeletionRules::LinkTrust::currentUser() {
     return {::getuid()};
 }
 
-std::variant<DeletionRules::Target, FileError> DeletionRules::locate(const std::string& path,
-                                                                     const LinkTrust& trust) {
+std::variant<DeletionRules::Target, FileError> DeletionRules::Locator::locate(
+    const std::string& path) {
     if (path.empty()) return FileError::fromErrno(ENOENT);
     std::string name = PathText::lastComponent(path);
     // Removing "/", "." or ".." is never what a user confirmed.
@@ -106,13 +106,25 @@ std::variant<DeletionRules::Target, FileError> DeletionRules::locate(const std::
     std::string parentPath = PathText::parent(path);
     if (parentPath.empty()) parentPath.assign(1, '.');  // a bare name lives in the working folder
 
-    Target target;
-    const Walk walk = openFolder(parentPath, trust, target.parent);
-    if (walk.untrustedLink) return FileError::refusal(FileError::untrustedLink);
-    if (walk.errnum != 0) return FileError::fromErrno(walk.errnum);
-    if (const int e = identify(target.parent.get(), "", target.parentIdentity)) {
-        return FileError::fromErrno(e);
+    if (!folder_.valid() || parentPath != folderPath_) {
+        folder_.reset();
+        const Walk walk = openFolder(parentPath, trust_, folder_);
+        if (walk.untrustedLink) {
+            folder_.reset();
+            return FileError::refusal(FileError::untrustedLink);
+        }
+        int e = walk.errnum;
+        if (e == 0) e = identify(folder_.get(), "", folderIdentity_);
+        if (e != 0) {
+            folder_.reset();
+            return FileError::fromErrno(e);
+        }
+        folderPath_ = std::move(parentPath);
     }
+    Target target;
+    target.parent.reset(::fcntl(folder_.get(), F_DUPFD_CLOEXEC, 0));
+    if (!target.parent.valid()) return FileError::fromErrno(errno);
+    target.parentIdentity = folderIdentity_;
     if (const int e = identify(target.parent.get(), name.c_str(), target.item)) {
         return FileError::fromErrno(e);
     }

@@ -46,10 +46,28 @@ struct Target {
     FileIdentity item;
 };
 
-// Finds `path` under the rules above. Fails with ENOENT for an empty path or
-// a missing item, EINVAL for "/" and names ending in "." or "..", the
-// refusal untrustedLink or mountPoint, or the errno of the call that failed.
-std::variant<Target, FileError> locate(const std::string& path, const LinkTrust& trust);
+// Finds items under the rules above, one after another, as a batch of
+// deletions meets them. An item in the same folder (by the path's text) as
+// the item before it is found in the folder already found for that one,
+// without walking from "/" again: deleting an item never moves the folder
+// that holds it, and the work stays in a folder found under the rules even
+// if someone renames or swaps the folders above it meanwhile.
+class Locator {
+  public:
+    explicit Locator(LinkTrust trust) : trust_(trust) {}
+
+    // Finds `path`. Fails with ENOENT for an empty path or a missing item,
+    // EINVAL for "/" and names ending in "." or "..", the refusal
+    // untrustedLink or mountPoint, or the errno of the call that failed.
+    std::variant<Target, FileError> locate(const std::string& path);
+
+  private:
+    LinkTrust trust_;
+    // The folder that held the last item found, by the path it was found by.
+    std::string folderPath_;
+    UniqueFd folder_;
+    FileIdentity folderIdentity_;
+};
 
 // The error for `errnum` met while deleting `name` in the folder `dirFd`: a
 // refusal by EPERM or EACCES of an immutable or append-only item, or of

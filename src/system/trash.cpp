@@ -274,7 +274,13 @@ std::string Trash::percentEncoded(const std::string& path) {
 }
 
 std::optional<FileError> Trash::moveToTrash(const std::string& path) {
-    auto located = DeletionRules::locate(path, DeletionRules::LinkTrust::currentUser());
+    DeletionRules::Locator locator(DeletionRules::LinkTrust::currentUser());
+    return moveToTrash(path, locator);
+}
+
+std::optional<FileError> Trash::moveToTrash(const std::string& path,
+                                            DeletionRules::Locator& locator) {
+    auto located = locator.locate(path);
     if (auto* error = std::get_if<FileError>(&located)) return std::move(*error);
     const auto& target = std::get<DeletionRules::Target>(located);
 

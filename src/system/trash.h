@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "system/deletion_rules.h"
 #include "system/file_error.h"
 
 namespace kelvane {
@@ -40,6 +41,8 @@ std::optional<FileError> forgetRemovedItem(const std::string& path);
 // NAME_MAX together with their info file. Returns nothing on success, or
 // the error.
 std::optional<FileError> moveToTrash(const std::string& path);
+// The same, with the item found by `locator` (one serves a whole batch).
+std::optional<FileError> moveToTrash(const std::string& path, DeletionRules::Locator& locator);
 
 // `path` percent-encoded for the Path key of a .trashinfo file: bytes other
 // than ASCII letters, digits and "-_.~/" become %XX.

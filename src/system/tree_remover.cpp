@@ -252,12 +252,13 @@ class Remover {
 }  // namespace
 
 std::optional<FileError> TreeRemover::remove(const std::string& path) {
-    return remove(path, DeletionRules::LinkTrust::currentUser());
+    DeletionRules::Locator locator(DeletionRules::LinkTrust::currentUser());
+    return remove(path, locator);
 }
 
 std::optional<FileError> TreeRemover::remove(const std::string& path,
-                                             const DeletionRules::LinkTrust& trust) {
-    auto located = DeletionRules::locate(path, trust);
+                                             DeletionRules::Locator& locator) {
+    auto located = locator.locate(path);
     if (auto* error = std::get_if<FileError>(&located)) return std::move(*error);
     const auto& target = std::get<DeletionRules::Target>(located);
     if (!target.item.isFolder()) {

@@ -29,9 +29,10 @@ namespace TreeRemover {
 // owns them.
 std::optional<FileError> remove(const std::string& path);
 
-// The same with the links of another user trusted (the administrator helper
-// trusts those of the user who asked).
-std::optional<FileError> remove(const std::string& path, const DeletionRules::LinkTrust& trust);
+// The same, with the item found by `locator`: its trust decides whose links
+// are followed (the administrator helper trusts those of the user who
+// asked), and one locator serves a whole batch.
+std::optional<FileError> remove(const std::string& path, DeletionRules::Locator& locator);
 
 }  // namespace TreeRemover
 }  // namespace kelvane

@@ -157,6 +157,36 @@ TEST_F(DeletionSafety, OnlyRootsAndTheAskingUsersLinksAboveAnItemAreFollowed) {
     EXPECT_FALSE(exists(dir / "world/folder"));
 }
 
+// The folder of a selection is swapped for a link of our own to the world
+// while the batch is under way (between the size of one item and its
+// deletion): the rest of the batch is taken from the folder the batch found,
+// where the user saw it, and nothing behind the link is touched.
+TEST_F(DeletionSafety, ABatchStaysInTheFolderItFoundWhenThatFolderIsSwapped) {
+    for (const bool permanent : {true, false}) {
+        SCOPED_TRACE(permanent ? "permanent" : "trash");
+        test::makeFolder(dir / "tree/sel");
+        for (const char* name : {"a", "b", "c"}) {
+            test::writeFile(dir / ("tree/sel/" + std::string(name)), "selected");
+            test::writeFile(dir / ("world/" + std::string(name)), "keep me");
+        }
+        const std::string world = listing(dir / "world");
+        const auto swapOnB = [&](const std::string& path) -> std::int64_t {
+            if (path == dir / "tree/sel/b") {
+                std::filesystem::rename(dir / "tree/sel", dir / "tree/moved");
+                std::filesystem::create_symlink(dir / "world", dir / "tree/sel");
+            }
+            return 1;
+        };
+        const DeleteOutcome outcome = Cleaner::deleteItems(
+            {dir / "tree/sel/a", dir / "tree/sel/b", dir / "tree/sel/c"}, permanent, swapOnB);
+        EXPECT_EQ(outcome.deleted.size(), 3u);
+        EXPECT_EQ(listing(dir / "world"), world);
+        EXPECT_EQ(listing(dir / "tree/moved"), "");
+        std::filesystem::remove(dir / "tree/sel");
+        std::filesystem::remove(dir / "tree/moved");
+    }
+}
+
 // ~/Data is a link to a folder on another disk: the item goes to that
 // disk's trash at its top, with a Path that trash tools can restore.
 TEST_F(DeletionSafety, TrashingThroughALinkOntoAnotherDiskUsesThatDisksTopTrash) {
