@@ -39,8 +39,6 @@ class SizeStore {
         Slot& operator=(const Slot&) = delete;
         ~Slot() { release(); }
 
-        bool held() const { return node_ != nullptr; }
-
       private:
         friend class SizeStore;
         Slot(SizeStore* store, Node* node) : store_(store), node_(node) {}

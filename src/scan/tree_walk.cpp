@@ -295,9 +295,10 @@ void Walker::enter(const FolderItem& item, std::uint32_t index, const struct sta
     const std::int64_t own = allocatedBytes(status);
     visit(own);
     if (walk_.stopping_.load(std::memory_order_relaxed)) return;
-    auto folder = std::make_shared<WalkFolder>(
-        parent, std::string(item.view()), index, status.st_dev, status.st_ino, own,
-        walk_.store_.place(parent->slot, item.view()), byName);
+    const std::string_view name = item.view();
+    auto folder =
+        std::make_shared<WalkFolder>(parent, std::string(name), index, status.st_dev, status.st_ino,
+                                     own, walk_.store_.place(parent->slot, name), byName);
     parent->pending.fetch_add(1, std::memory_order_relaxed);
     // A mount point counts with its own size and is not entered.
     if (status.st_dev != walk_.rootDev_) return closeUnlisted(std::move(folder));

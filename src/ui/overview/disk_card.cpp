@@ -7,11 +7,11 @@
 #include <algorithm>
 
 #include "core/fmt.h"
-#include "ui/components/display_text.h"
-#include "ui/overview/disk_usage_bar.h"
 #include "ui/app/model_bridge.h"
+#include "ui/components/display_text.h"
 #include "ui/components/palette_roles.h"
 #include "ui/components/styled_label.h"
+#include "ui/overview/disk_usage_bar.h"
 
 namespace kelvane {
 
@@ -24,7 +24,7 @@ const QString kTotal = QStringLiteral("合計");
 
 // One figure: a caption above its value. Returns the value label.
 QLabel* addStat(QHBoxLayout* row, const QString& caption, QWidget* parent,
-               const QString& name = {}) {
+                const QString& name = {}) {
     auto* column = new QVBoxLayout;
     column->setSpacing(2);
     column->addWidget(StyledLabel::secondary(caption, Typography::caption(), parent));
@@ -70,13 +70,13 @@ DiskCard::DiskCard(ModelBridge& bridge, QWidget* parent)
     homeTitle_ = StyledLabel::make({}, Typography::withWeight(Typography::body(), QFont::DemiBold),
                                    PaletteRoles::primaryText(), home_);
     homeStack->addWidget(homeTitle_);
+    const QString prefix = QStringLiteral("ホーム ");
     // Thinner than the startup disk's bar: the home volume is the second line of the card.
-    homeBar_ = new DiskUsageBar(home_, 8, QStringLiteral("ホーム "));
-    homeBar_->setObjectName(QStringLiteral("ホーム 使用率"));
+    homeBar_ = new DiskUsageBar(home_, 8, prefix);
+    homeBar_->setObjectName(prefix + QStringLiteral("使用率"));
     homeStack->addWidget(homeBar_);
     auto* homeRow = new QHBoxLayout;
     homeRow->setSpacing(24);
-    const QString prefix = QStringLiteral("ホーム ");
     homeUsed_ = addStat(homeRow, kUsed, home_, prefix + kUsed);
     homeFree_ = addStat(homeRow, kFree, home_, prefix + kFree);
     homeTotal_ = addStat(homeRow, kTotal, home_, prefix + kTotal);
@@ -115,8 +115,8 @@ void DiskCard::refresh() {
                                          DisplayText::fromBytes(home->mountPoint) +
                                          QStringLiteral(")"));
     homeBar_->setUsage(home->disk.total - home->disk.available, home->disk.total);
-    StyledLabel::setText(homeUsed_,
-                         QString::fromStdString(Fmt::bytes(home->disk.total - home->disk.available)));
+    StyledLabel::setText(
+        homeUsed_, QString::fromStdString(Fmt::bytes(home->disk.total - home->disk.available)));
     StyledLabel::setText(homeFree_, QString::fromStdString(Fmt::bytes(home->disk.available)));
     StyledLabel::setText(homeTotal_, QString::fromStdString(Fmt::bytes(home->disk.total)));
 }
