@@ -9,17 +9,11 @@ namespace {
 
 constexpr const char* kXcrun = "/usr/bin/xcrun";
 
-// `lead` and why the tool failed, in our words. What the tool itself wrote
-// is quoted after a lead-in of its own, since it may be in any language; a
-// tool that could not be started at all has our description in `err`.
+// `lead` followed by what the tool said: its output and error text, trimmed
+// as a whole. A tool that could not be started has our own description of
+// why in `err`, so the same text carries that too.
 std::string failureText(const std::string& lead, const ShellResult& result) {
-    const bool started = result.status != -1;
-    std::string text = lead + (started ? " (終了コード " + std::to_string(result.status) + ")。"
-                                       : "。\n" + UnicodeText::trimmed(result.err));
-    const std::string output =
-        UnicodeText::trimmed(started ? result.out + "\n" + result.err : result.out);
-    if (!output.empty()) text += "\nツールの出力:\n" + output;
-    return text;
+    return lead + UnicodeText::trimmed(result.out + "\n" + result.err);
 }
 
 }  // namespace
@@ -71,7 +65,7 @@ void AppModel::confirmDeleteSnapshots(const std::vector<std::string>& dates) {
                         m.setNotice(std::string(
                             "削除しました。容量への反映には少し時間がかかることがあります。"));
                     } else if (result.err.find("-128") == std::string::npos) {
-                        m.setNotice(failureText("削除に失敗しました", result));
+                        m.setNotice(failureText("削除に失敗しました:\n", result));
                     }
                     m.loadSnapshots();
                     m.refreshDisk();
@@ -100,7 +94,7 @@ void AppModel::confirmDeleteRuntime(const SimRuntime& runtime) {
                                                false);
                                       m.setNotice(runtime.name + " を削除しました。");
                                   } else {
-                                      m.setNotice(failureText("削除に失敗しました", result));
+                                      m.setNotice(failureText("削除に失敗しました:\n", result));
                                   }
                                   m.loadRuntimes();
                                   m.refreshDisk();
@@ -128,7 +122,7 @@ void AppModel::confirmDeleteUnavailableSims() {
                         m.setNotice(std::string("使用不可のシミュレータを削除しました。"));
                     } else {
                         m.setNotice(
-                            failureText("使用不可のシミュレータの削除に失敗しました", result));
+                            failureText("失敗しました:\n", result));
                     }
                     m.scanIfPresent("sim_devices");
                     m.refreshDisk();

@@ -12,6 +12,7 @@
 
 #include "core/path_text.h"
 #include "system/admin_protocol.h"
+#include "system/deletion_progress.h"
 #include "system/shell.h"
 #include "system/trash.h"
 #include "system/tree_remover.h"
@@ -50,14 +51,25 @@ std::vector<std::string> Cleaner::contents(const std::string& folder) {
 }
 
 DeleteOutcome Cleaner::deleteItems(const std::vector<std::string>& paths, bool permanent,
-                                   const std::function<std::int64_t(const std::string&)>& sizeOf) {
+                                   const std::function<std::int64_t(const std::string&)>& sizeOf,
+                                   DeletionProgress* progress) {
     DeleteOutcome outcome;
     DeletionRules::Locator locator(DeletionRules::LinkTrust::currentUser());
     for (const std::string& path : paths) {
+        if (progress && progress->stopRequested()) {
+            outcome.failures.push_back({path, FileError::refusal(FileError::notStarted)});
+            continue;
+        }
         // The size is taken first: afterwards there is nothing left to measure.
         const std::int64_t size = sizeOf(path);
-        const std::optional<FileError> error =
-            permanent ? TreeRemover::remove(path, locator) : Trash::moveToTrash(path, locator);
+        const std::optional<FileError> error = permanent
+                                                   ? TreeRemover::remove(path, locator, progress)
+                                                   : Trash::moveToTrash(path, locator);
+        if (progress) {
+            // A move to the trash frees nothing; it counts as one item moved.
+            if (!permanent && !error) progress->removed(0);
+            progress->itemDone();
+        }
         if (error) {
             outcome.failures.push_back({path, *error});
             continue;
@@ -129,10 +141,7 @@ AdminDeleteResult Cleaner::deleteAsAdminVia(const std::string& elevator, const s
 }
 
 std::optional<int> Cleaner::underlyingErrno(const FileError& error) {
-    for (const FileError* e = &error; e != nullptr; e = e->underlying.get()) {
-        if (std::string_view(e->domain) == FileError::posixDomain) return e->code;
-    }
-    return std::nullopt;
+    return error.posixErrno();
 }
 
 }  // namespace kelvane

@@ -12,6 +12,8 @@
 
 namespace kelvane {
 
+class DeletionProgress;
+
 // Carries out deletions for the deletion flows. Holds no state and shows
 // nothing: wording, logging and the offer to retry as administrator belong to
 // the model.
@@ -27,9 +29,12 @@ std::vector<std::string> contents(const std::string& folder);
 // are removed, never followed). `sizeOf` is asked for each path before it is
 // touched and must be safe to call from the calling thread. A failure never
 // stops the batch. Blocks; call it off the main thread. (`delete` is a C++
-// keyword, hence the name.)
+// keyword, hence the name.) With `progress`, the work is counted there, and
+// a stop asked for there ends it before the next file: the item under way
+// fails with the refusal `stopped`, the ones after it with `notStarted`.
 DeleteOutcome deleteItems(const std::vector<std::string>& paths, bool permanent,
-                          const std::function<std::int64_t(const std::string&)>& sizeOf);
+                          const std::function<std::int64_t(const std::string&)>& sizeOf,
+                          DeletionProgress* progress = nullptr);
 
 // Removes `paths` for good with administrator rights: pkexec starts our
 // helper (kelvane-admin) once for the whole batch (one password prompt),

@@ -101,8 +101,9 @@ std::variant<DeletionRules::Target, FileError> DeletionRules::Locator::locate(
     const std::string& path) {
     if (path.empty()) return FileError::fromErrno(ENOENT);
     std::string name = PathText::lastComponent(path);
-    // Removing "/", "." or ".." is never what a user confirmed.
-    if (name == "/" || name == "." || name == "..") return FileError::fromErrno(EINVAL);
+    if (name == "/") return FileError::refusal(FileError::protectedRoot);
+    // Removing "." or ".." is never what a user confirmed.
+    if (name == "." || name == "..") return FileError::fromErrno(EINVAL);
     std::string parentPath = PathText::parent(path);
     if (parentPath.empty()) parentPath.assign(1, '.');  // a bare name lives in the working folder
 
@@ -128,6 +129,7 @@ std::variant<DeletionRules::Target, FileError> DeletionRules::Locator::locate(
     if (const int e = identify(target.parent.get(), name.c_str(), target.item)) {
         return FileError::fromErrno(e);
     }
+    if (roots_.contains(target.item)) return FileError::refusal(FileError::protectedRoot);
     if (!target.item.sameMount(target.parentIdentity)) {
         return FileError::refusal(FileError::mountPoint);
     }
@@ -143,6 +145,26 @@ std::optional<FileError> DeletionRules::refuseMountsBelow(const std::string& phy
         if (point.size() > below.size() && point.starts_with(below)) {
             return FileError::refusal(FileError::mountInsideNotMoved);
         }
+    }
+    return std::nullopt;
+}
+
+void DeletionRules::FailureVerdict::add(const FileError& error) {
+    const auto keepFirst = [&error](std::optional<FileError>& slot) {
+        if (!slot) slot = error;
+    };
+    if (error.isRefusal(FileError::stopped)) return keepFirst(stopped_);
+    if (error.isRefusal(FileError::immutable)) return keepFirst(immutable_);
+    const auto errnum = error.posixErrno();
+    if (error.domain != FileError::refusalDomain && errnum && (*errnum == EACCES || *errnum == EPERM)) {
+        return keepFirst(denied_);
+    }
+    keepFirst(other_);
+}
+
+std::optional<FileError> DeletionRules::FailureVerdict::verdict() const {
+    for (const auto* slot : {&stopped_, &denied_, &other_, &immutable_}) {
+        if (*slot) return *slot;
     }
     return std::nullopt;
 }

@@ -9,6 +9,7 @@
 #include "core/unique_fd.h"
 #include "system/file_error.h"
 #include "system/file_identity.h"
+#include "system/protected_roots.h"
 
 namespace kelvane {
 
@@ -24,7 +25,9 @@ namespace kelvane {
 //   is a folder moved with a volume mounted anywhere below it;
 // - from then on everything happens relative to the descriptor of the
 //   folder that holds the item, so renaming or swapping folders above it
-//   cannot redirect the work.
+//   cannot redirect the work;
+// - "/", the home folder and the folders above it, and the system's own
+//   folders and volumes are never removed or moved (protected_roots.h).
 // The walk below the item (never following links, never entering another
 // mount) is TreeRemover's; the trash's own folders are checked here.
 namespace DeletionRules {
@@ -54,19 +57,40 @@ struct Target {
 // if someone renames or swaps the folders above it meanwhile.
 class Locator {
   public:
-    explicit Locator(LinkTrust trust) : trust_(trust) {}
+    // The protected folders are those of the user `trust` speaks for.
+    explicit Locator(LinkTrust trust)
+        : trust_(trust), roots_(ProtectedRoots::forUser(trust.user)) {}
 
     // Finds `path`. Fails with ENOENT for an empty path or a missing item,
-    // EINVAL for "/" and names ending in "." or "..", the refusal
+    // EINVAL for names ending in "." or "..", the refusal protectedRoot,
     // untrustedLink or mountPoint, or the errno of the call that failed.
     std::variant<Target, FileError> locate(const std::string& path);
 
   private:
     LinkTrust trust_;
+    ProtectedRoots roots_;
     // The folder that held the last item found, by the path it was found by.
     std::string folderPath_;
     UniqueFd folder_;
     FileIdentity folderIdentity_;
+};
+
+// What a removal reports for an item when parts of it could not go, from
+// every failure met, whatever order they came in: a lack of rights that root
+// does not have (the administrator is then offered the item) before
+// anything else; the item is protected (immutable) only when everything
+// that stayed is immutable or append-only; otherwise the first other
+// failure. A stop by the user outranks them all: the item was not finished.
+class FailureVerdict {
+  public:
+    void add(const FileError& error);
+    std::optional<FileError> verdict() const;
+
+  private:
+    std::optional<FileError> stopped_;
+    std::optional<FileError> denied_;
+    std::optional<FileError> other_;
+    std::optional<FileError> immutable_;
 };
 
 // The error for `errnum` met while deleting `name` in the folder `dirFd`: a

@@ -94,6 +94,13 @@ std::string ErrorText::refusal(int code) {
             return "変更不可の属性が付いているため、管理者権限でも削除できません";
         case FileError::notReported:
             return "管理者権限での削除が完了しませんでした";
+        case FileError::protectedRoot:
+            return "ルート、ホームフォルダとその上のフォルダ、システムのフォルダは削除しません。"
+                   "中の項目は個別に削除できます";
+        case FileError::stopped:
+            return "削除を停止したため、途中まで削除しました";
+        case FileError::notStarted:
+            return "削除を停止したため、削除していません";
         case FileError::changedMeanwhile:
             return "削除中にフォルダが入れ替えられたため、中断しました";
         default:

@@ -39,6 +39,13 @@ FileError FileError::refusal(int code, int errnum) {
             errnum != 0 ? std::make_shared<const FileError>(posix(errnum)) : nullptr};
 }
 
+std::optional<int> FileError::posixErrno() const {
+    for (const FileError* e = this; e != nullptr; e = e->underlying.get()) {
+        if (std::string_view(e->domain) == posixDomain) return e->code;
+    }
+    return std::nullopt;
+}
+
 bool FileError::isRefusal(int refusalCode) const {
     return std::string_view(domain) == refusalDomain && code == refusalCode;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace kelvane {
@@ -37,6 +38,9 @@ struct FileError {
     static constexpr int notReported = 7;       // the administrator helper said nothing of it
     static constexpr int changedMeanwhile = 8;  // a folder was replaced while being removed
     static constexpr int mountInsideNotMoved = 9;  // not trashed: a volume is mounted below it
+    static constexpr int protectedRoot = 10;  // "/", the home folder or above, a system folder
+    static constexpr int stopped = 11;        // the user stopped the deletion during this item
+    static constexpr int notStarted = 12;     // the user stopped the deletion before this item
 
     std::string domain;
     int code = 0;
@@ -57,6 +61,10 @@ struct FileError {
     // One of our refusals; `errnum`, when not 0, is kept as the underlying
     // POSIX error (an immutable item's EPERM, say).
     static FileError refusal(int code, int errnum = 0);
+
+    // The POSIX error number in this error or in the errors it wraps, at
+    // any depth.
+    std::optional<int> posixErrno() const;
 
     // Whether this is our refusal `code`.
     bool isRefusal(int refusalCode) const;

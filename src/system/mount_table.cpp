@@ -33,21 +33,35 @@ std::string unescaped(const std::string& field) {
 
 }  // namespace
 
-std::variant<std::vector<std::string>, int> MountTable::mountPoints() {
+std::variant<std::vector<MountTable::Mount>, int> MountTable::mounts() {
     const UniqueFd fd(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
     if (!fd.valid()) return errno;
     std::string text;
     if (!FdIo::readAll(fd.get(), text)) return errno;
-    // Each line: id, parent id, major:minor, root, mount point, ... The
-    // fields are separated by single spaces; spaces inside are escaped.
-    std::vector<std::string> points;
+    // Each line: id, parent id, major:minor, root, mount point, options,
+    // optional fields ended by "-", then the type. The fields are separated
+    // by single spaces; spaces inside are escaped.
+    std::vector<Mount> found;
     std::istringstream lines(text);
     std::string line;
     while (std::getline(lines, line)) {
         std::istringstream fields(line);
-        std::string id, parent, device, root, point;
-        if (fields >> id >> parent >> device >> root >> point) points.push_back(unescaped(point));
+        std::string id, parent, device, root, point, field;
+        if (!(fields >> id >> parent >> device >> root >> point)) continue;
+        while (fields >> field && field != "-") {
+        }
+        std::string type;
+        fields >> type;
+        found.push_back({unescaped(point), std::move(type)});
     }
+    return found;
+}
+
+std::variant<std::vector<std::string>, int> MountTable::mountPoints() {
+    auto table = mounts();
+    if (const int* e = std::get_if<int>(&table)) return *e;
+    std::vector<std::string> points;
+    for (Mount& mount : std::get<std::vector<Mount>>(table)) points.push_back(std::move(mount.point));
     return points;
 }
 

@@ -12,9 +12,19 @@ namespace kelvane {
 // before it moves; a walk that removes finds them by itself.
 namespace MountTable {
 
-// Every mount point, as a path from "/", exactly as the kernel spells it
-// once its escapes (\040 for a space and the like) are undone; or the errno
-// of reading the table.
+// One mounted volume.
+struct Mount {
+    // Its mount point, as a path from "/", exactly as the kernel spells it
+    // once its escapes (\040 for a space and the like) are undone.
+    std::string point;
+    // The file system type ("ext4", "proc", "fuse.sshfs", ...).
+    std::string type;
+};
+
+// Every mount, in the table's order; or the errno of reading the table.
+std::variant<std::vector<Mount>, int> mounts();
+
+// Every mount point; or the errno of reading the table.
 std::variant<std::vector<std::string>, int> mountPoints();
 
 }  // namespace MountTable

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "core/unique_fd.h"
+#include "system/deletion_progress.h"
 
 namespace kelvane {
 namespace {
@@ -41,21 +42,32 @@ bool isPermission(int errnum) {
     return errnum == EACCES || errnum == EPERM;
 }
 
+// The allocated bytes that removing `name` gives back: nothing while other
+// hard links keep the file.
+std::int64_t freedBy(int dirFd, const char* name) {
+    struct statx sx {};
+    if (::statx(dirFd, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, STATX_BLOCKS | STATX_NLINK,
+                &sx) != 0) {
+        return 0;
+    }
+    const bool lastLink = (sx.stx_mask & STATX_NLINK) == 0 || sx.stx_nlink <= 1 || S_ISDIR(sx.stx_mode);
+    return lastLink ? static_cast<std::int64_t>(sx.stx_blocks) * 512 : 0;
+}
+
 class Remover {
   public:
-    Remover(int topFd, const FileIdentity& tree) : topFd_(topFd), tree_(tree), euid_(::geteuid()) {}
+    Remover(int topFd, const FileIdentity& tree, DeletionProgress* progress)
+        : topFd_(topFd), tree_(tree), euid_(::geteuid()), progress_(progress) {}
 
     void run(const std::string& name, const FileIdentity& seen) {
         enter(topFd_, name, seen);
         while (!stack_.empty()) step();
     }
 
-    std::optional<FileError> result() const { return error_; }
+    std::optional<FileError> result() const { return failures_.verdict(); }
 
   private:
-    void fail(FileError error) {
-        if (!error_) error_ = std::move(error);
-    }
+    void fail(const FileError& error) { failures_.add(error); }
 
     void failAt(int dirFd, const std::string& name, int errnum) {
         fail(DeletionRules::failure(dirFd, name, errnum));
@@ -157,7 +169,8 @@ class Remover {
     // containing folder is the user's own and merely not writable, makes it
     // writable and tries once more.
     bool removeEntry(int dirFd, const std::string& name, int flags) {
-        if (::unlinkat(dirFd, name.c_str(), flags) == 0 || errno == ENOENT) return true;
+        const std::int64_t bytes = progress_ ? freedBy(dirFd, name.c_str()) : 0;
+        if (::unlinkat(dirFd, name.c_str(), flags) == 0 || errno == ENOENT) return counted(bytes);
         const int errnum = errno;
         if (!isPermission(errnum) || stack_.empty() || !stack_.back().dir ||
             dirfd(stack_.back().dir.get()) != dirFd ||
@@ -165,7 +178,12 @@ class Remover {
             errno = errnum;
             return false;
         }
-        return ::unlinkat(dirFd, name.c_str(), flags) == 0 || errno == ENOENT;
+        return (::unlinkat(dirFd, name.c_str(), flags) == 0 || errno == ENOENT) && counted(bytes);
+    }
+
+    bool counted(std::int64_t bytes) {
+        if (progress_) progress_->removed(bytes);
+        return true;
     }
 
     void closeFarLevels() {
@@ -212,6 +230,12 @@ class Remover {
     }
 
     void step() {
+        if (progress_ && progress_->stopRequested()) {
+            // Asked to stop: nothing more is removed, and the item says so.
+            fail(FileError::refusal(FileError::stopped));
+            stack_.clear();
+            return;
+        }
         Level& level = stack_.back();
         const int fd = dirfd(level.dir.get());
         errno = 0;
@@ -245,8 +269,9 @@ class Remover {
     int topFd_;
     FileIdentity tree_;
     uid_t euid_;
+    DeletionProgress* progress_;
     std::vector<Level> stack_;
-    std::optional<FileError> error_;
+    DeletionRules::FailureVerdict failures_;
 };
 
 }  // namespace
@@ -257,17 +282,20 @@ std::optional<FileError> TreeRemover::remove(const std::string& path) {
 }
 
 std::optional<FileError> TreeRemover::remove(const std::string& path,
-                                             DeletionRules::Locator& locator) {
+                                             DeletionRules::Locator& locator,
+                                             DeletionProgress* progress) {
     auto located = locator.locate(path);
     if (auto* error = std::get_if<FileError>(&located)) return std::move(*error);
     const auto& target = std::get<DeletionRules::Target>(located);
     if (!target.item.isFolder()) {
+        const std::int64_t bytes = progress ? freedBy(target.parent.get(), target.name.c_str()) : 0;
         if (::unlinkat(target.parent.get(), target.name.c_str(), 0) == 0 || errno == ENOENT) {
+            if (progress) progress->removed(bytes);
             return std::nullopt;
         }
         return DeletionRules::failure(target.parent.get(), target.name, errno);
     }
-    Remover remover(target.parent.get(), target.item);
+    Remover remover(target.parent.get(), target.item, progress);
     remover.run(target.name, target.item);
     return remover.result();
 }

@@ -8,6 +8,8 @@
 
 namespace kelvane {
 
+class DeletionProgress;
+
 // Removes a file, a symbolic link or a folder with everything below it,
 // under the deletion rules (deletion_rules.h). Below the item it works from
 // directory descriptors (openat/unlinkat), never follows a symbolic link (a
@@ -24,15 +26,20 @@ namespace kelvane {
 // contents can go; nothing above the item is ever changed.
 namespace TreeRemover {
 
-// Returns nothing when `path` is gone, otherwise the first error met. Links
+// Returns nothing when `path` is gone, otherwise what stopped it going, from
+// every failure met (DeletionRules::FailureVerdict), so the answer does not
+// depend on the order the folder lists its entries in. Links
 // among the parent folders are followed only when the running user or root
 // owns them.
 std::optional<FileError> remove(const std::string& path);
 
 // The same, with the item found by `locator`: its trust decides whose links
 // are followed (the administrator helper trusts those of the user who
-// asked), and one locator serves a whole batch.
-std::optional<FileError> remove(const std::string& path, DeletionRules::Locator& locator);
+// asked), and one locator serves a whole batch. With `progress`, every
+// removal is counted there, and a stop asked for there ends the work before
+// the next entry (the refusal `stopped`).
+std::optional<FileError> remove(const std::string& path, DeletionRules::Locator& locator,
+                                DeletionProgress* progress = nullptr);
 
 }  // namespace TreeRemover
 }  // namespace kelvane

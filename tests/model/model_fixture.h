@@ -128,10 +128,11 @@ class ModelTest : public ::testing::Test {
     }
 
     // Fails unless `text` is in our own words: no English sentence, except
-    // what a tool wrote, quoted after our lead-in to the end of the text.
+    // what a tool or pkexec wrote, quoted after a lead-in that ends in ":" and a
+    // line feed, to the end of the text.
     static void expectOurWordsOnly(const std::string& text) {
         std::string ours = text;
-        for (const std::string lead : {"ツールの出力:\n", "詳細:\n"}) {
+        for (const std::string lead : {"失敗しました:\n", "詳細:\n"}) {
             if (const auto at = ours.find(lead); at != std::string::npos) ours.resize(at);
         }
         EXPECT_FALSE(std::regex_search(ours, std::regex("[A-Za-z]+ [A-Za-z]+|Error|Could")))

@@ -35,28 +35,30 @@ TEST_F(ModelTest, ToolFlowsReportInOurOwnWords) {
          {"deleteSnapshots", kDates[0], kDates[1], kDates[2]},
          "ローカルスナップショット 3 件を削除",
          "削除しました。容量への反映には少し時間がかかることがあります。",
-         "削除に失敗しました",
+         "削除に失敗しました:\n",
          lists},
         {[&] { model->confirmDeleteRuntime(runtime); },
          {"/usr/bin/xcrun", "simctl", "runtime", "delete", "5E1F-AB"},
          "ランタイム iOS 17.2 を削除 (" + Fmt::bytes(runtime.sizeBytes) + ")",
          "iOS 17.2 を削除しました。",
-         "削除に失敗しました",
+         "削除に失敗しました:\n",
          lists},
         {[&] { model->confirmDeleteUnavailableSims(); },
          {"/usr/bin/xcrun", "simctl", "delete", "unavailable"},
          "使用不可のシミュレータを削除",
          "使用不可のシミュレータを削除しました。",
-         "使用不可のシミュレータの削除に失敗しました",
+         "失敗しました:\n",
          [&] { return simScans; }},
     };
-    // How a run can fail, and what the notice says after the flow's lead.
+    // How a run can fail, and what the notice says after the flow's lead:
+    // the tool's output and error text, trimmed as a whole, or why it could
+    // not be started.
     const ShellResult notStarted = Shell::run(path("no-such-tool"), {});
+    ASSERT_EQ(notStarted.status, -1);
     const std::vector<std::pair<ShellResult, std::string>> failures{
-        {{1, "  Error: runtime busy\n", "\n detail \n"},
-         " (終了コード 1)。\nツールの出力:\nError: runtime busy\n\n\n detail"},
-        {{2, "", ""}, " (終了コード 2)。"},
-        {notStarted, "。\n" + notStarted.err},
+        {{1, "  Error: runtime busy\n", "\n detail \n"}, "Error: runtime busy\n\n\n detail"},
+        {{2, "", ""}, ""},
+        {notStarted, notStarted.err},
     };
     services->snapshotList = kDates;
     services->runtimeList = {runtime};
