@@ -13,8 +13,8 @@
 #include "core/category_state.h"
 #include "core/clean_category.h"
 #include "core/disk_info.h"
-#include "core/home_volume.h"
 #include "core/entry.h"
+#include "core/home_volume.h"
 #include "core/log_entry.h"
 #include "core/pending_action.h"
 #include "core/sim_runtime.h"
@@ -26,6 +26,7 @@
 #include "scan/size_store.h"
 #include "system/admin_delete_result.h"
 #include "system/delete_outcome.h"
+#include "system/deletion_progress.h"
 
 namespace kelvane {
 
@@ -42,6 +43,16 @@ struct ModelEnvironment {
     std::function<std::optional<HomeVolume>()> readHomeVolume;
 
     static ModelEnvironment real();
+};
+
+// How far the long work behind the busy message has come, for the busy
+// overlay: a line of counts, the share done when it can be told, and whether
+// the work can still be stopped.
+struct BusyProgress {
+    std::string text;
+    std::optional<double> fraction;  // 0 to 1
+    bool stopping = false;           // "停止" was pressed; the work ends at the next file
+    friend bool operator==(const BusyProgress&, const BusyProgress&) = default;
 };
 
 // One step of the breadcrumb trail; an absent path stands for "all roots".
@@ -92,6 +103,8 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     bool runtimesLoading() const { return runtimesLoading_; }
     const std::optional<PendingAction>& pendingAction() const { return pendingAction_; }
     const std::optional<std::string>& busyMessage() const { return busyMessage_; }
+    // Present while a deletion of the user's own runs: it can be stopped.
+    const std::optional<BusyProgress>& busyProgress() const { return busyProgress_; }
     const std::optional<std::string>& notice() const { return notice_; }
     SizeStore& store() const { return *store_; }
     ScanLimiter& limiter() const { return *limiter_; }
@@ -140,6 +153,9 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     void confirmDelete(const std::vector<std::string>& paths, bool permanent);
     void confirmCleanCategory(const CleanCategory& category, bool permanent);
     void confirmQuickClean(const std::vector<std::string>& ids);
+    // "停止" on the busy overlay: every deletion under way ends before its
+    // next file and reports what it did.
+    void stopDeletions();
 
     // --- snapshots and runtimes ---
     void loadSnapshots();
@@ -192,7 +208,9 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     // deletion steps
     void performDelete(const std::vector<std::string>& paths, bool permanent);
     // `deletion` is the key beginDeletion gave.
-    void afterDelete(const DeleteOutcome& outcome, bool permanent, std::uint64_t deletion);
+    // `counts` are the worker's last counts.
+    void afterDelete(const DeleteOutcome& outcome, bool permanent, std::uint64_t deletion,
+                     const DeletionCounts& counts);
     void performAdminDelete(const std::vector<std::string>& paths);
     // `offered` is how many paths the administrator run was given.
     void afterAdminDelete(const AdminDeleteResult& result, std::size_t offered,
@@ -208,6 +226,19 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     // and every path that no longer names an item.
     void dropFromSelection(const std::vector<std::string>& deleted);
     std::int64_t sizeForDeletion(const std::string& path) const;
+    // The paths a deletion may be offered for: those that are not "/", the
+    // home folder or above it, or a system folder. What was left out, and
+    // why, is said in the confirmation (`note`), or, when nothing is left,
+    // in a notice (`notice`).
+    struct Offer {
+        std::vector<std::string> paths;
+        std::string note;
+        std::string notice;
+    };
+    Offer offerable(std::vector<std::string> paths) const;
+    // A report from a deletion's worker (main thread).
+    void showDeletionProgress(std::uint64_t deletion, const DeletionCounts& counts);
+    void updateBusyProgress();
     std::vector<std::string> childrenOfRoots(const std::string& id) const;
     void scanIfPresent(const std::string& id);
 
@@ -239,6 +270,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     bool runtimesLoading_ = false;
     std::optional<PendingAction> pendingAction_;
     std::optional<std::string> busyMessage_;
+    std::optional<BusyProgress> busyProgress_;
     std::optional<std::string> notice_;
     std::shared_ptr<SizeStore> store_;
     std::shared_ptr<ScanLimiter> limiter_;
@@ -249,6 +281,10 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     struct DeletionUnderWay {
         std::vector<std::string> paths;
         std::set<std::string> overlappedScans;
+        // The user's own deletions: their counts and their stop.
+        std::shared_ptr<DeletionProgress> progress;
+        DeletionCounts counts;
+        bool permanent = false;
     };
     std::map<std::uint64_t, DeletionUnderWay> deletions_;
     std::uint64_t nextDeletion_ = 1;

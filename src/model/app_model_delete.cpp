@@ -10,6 +10,7 @@
 #include "model/app_model.h"
 #include "model/file_probe.h"
 #include "system/cleaner.h"
+#include "system/protected_roots.h"
 
 namespace kelvane {
 namespace {
@@ -58,6 +59,72 @@ std::string count(std::size_t n) {
     return std::to_string(n);
 }
 
+constexpr const char* kProtectedWhy =
+    "ルート、ホームフォルダとその上のフォルダ、システムのフォルダは削除できません。中の項目は個別に"
+    "削除できます。";
+
+// The size a deletion takes an item for, just before it goes: what the store
+// recorded for it; a folder the store has no size for (a scan of an
+// enclosing folder is walking it again) is measured, so the folders above it
+// that the store does hold lose what it really held; anything else counts
+// with its own blocks.
+std::int64_t sizeBeforeDeletion(SizeStore& store, const std::string& path) {
+    if (const auto recorded = store.size(path)) return *recorded;
+    if (FileProbe::isRealFolder(path)) {
+        SizeStore scratch;
+        return Scanner::scan(path, scratch).bytes;
+    }
+    return FileProbe::ownAllocatedSize(path).value_or(0);
+}
+
+// Whether a failed item may have lost part of what it held: not when one of
+// our rules refused it before anything was touched.
+bool mayBePartlyDeleted(const FileError& error) {
+    for (const int untouched :
+         {FileError::mountPoint, FileError::untrustedLink, FileError::trashOwnFolder,
+          FileError::noUsableTrash, FileError::mountInsideNotMoved, FileError::protectedRoot,
+          FileError::notStarted}) {
+        if (error.isRefusal(untouched)) return false;
+    }
+    return true;
+}
+
+// Brings the store in line with what a deletion did, so that every total
+// equals a fresh walk: a deleted item leaves with everything below it and
+// every recorded folder above it loses its size; a folder that stayed but
+// may have lost part of its contents is measured again, and the folders
+// above it change by the difference. `measured` holds the size each item
+// was taken for just before it was deleted.
+void applyToStore(SizeStore& store, const DeleteOutcome& outcome,
+                  const std::map<std::string, std::int64_t>& measured) {
+    for (const DeletedItem& item : outcome.deleted) {
+        store.removeSubtree(item.path);
+        store.adjust(item.path, -item.size);
+    }
+    for (const DeleteFailure& failure : outcome.failures) {
+        // Only a real folder: a link to one (to "/", say) failed as a link,
+        // and walking its target would record that target's whole tree
+        // under the link's name.
+        if (!mayBePartlyDeleted(failure.error) || !FileProbe::isRealFolder(failure.path)) continue;
+        std::optional<std::int64_t> before = store.size(failure.path);
+        if (const auto it = measured.find(failure.path); !before && it != measured.end()) {
+            before = it->second;
+        }
+        store.removeSubtree(failure.path);
+        const ScanStats after = Scanner::scan(failure.path, store);
+        if (before) store.adjust(failure.path, after.bytes - *before);
+    }
+}
+
+// An administrator run that never started, or whose password dialog was
+// dismissed: nothing was deleted. The marker is searched in free text, so it
+// only counts while nothing was reported deleted: a deletion that happened
+// must reach the store whatever the text says.
+bool ranNothing(const AdminDeleteResult& result) {
+    return result.elevationMissing ||
+           (result.outcome.deleted.empty() && result.run.err.find("-128") != std::string::npos);
+}
+
 }  // namespace
 
 void AppModel::dropFromSelection(const std::vector<std::string>& deleted) {
@@ -82,6 +149,27 @@ void AppModel::dropFromSelection(const std::vector<std::string>& deleted) {
     setEntrySelection(std::move(kept));
 }
 
+AppModel::Offer AppModel::offerable(std::vector<std::string> paths) const {
+    const ProtectedRoots roots(env_.home);
+    Offer offer;
+    std::vector<std::string> refused;
+    for (std::string& path : paths) {
+        (roots.containsPath(path) ? refused : offer.paths).push_back(std::move(path));
+    }
+    if (refused.empty()) return offer;
+    std::vector<std::string> shown;
+    for (std::size_t i = 0; i < std::min(refused.size(), kNamesShown); ++i) {
+        shown.push_back(PathText::shortForm(refused[i], env_.home));
+    }
+    std::string list = joined(shown, "\n");
+    if (refused.size() > kNamesShown)
+        list += "\n…ほか " + count(refused.size() - kNamesShown) + " 項目";
+    offer.note = "\n\n次の " + count(refused.size()) + " 項目は対象から外しました。" +
+                 kProtectedWhy + "\n" + list;
+    offer.notice = std::string("削除できない項目です。") + kProtectedWhy + "\n\n" + list;
+    return offer;
+}
+
 std::int64_t AppModel::sizeForDeletion(const std::string& path) const {
     if (const auto recorded = store_->size(path)) return *recorded;
     return FileProbe::ownAllocatedSize(path).value_or(0);
@@ -101,8 +189,14 @@ void AppModel::scanIfPresent(const std::string& id) {
     if (it != categories_.end()) scan(CleanCategory(*it));
 }
 
-void AppModel::confirmDelete(const std::vector<std::string>& paths, bool permanent) {
-    if (paths.empty()) return;
+void AppModel::confirmDelete(const std::vector<std::string>& selected, bool permanent) {
+    if (selected.empty()) return;
+    const Offer offer = offerable(selected);
+    if (offer.paths.empty()) {
+        setNotice(offer.notice);
+        return;
+    }
+    const std::vector<std::string>& paths = offer.paths;
     std::int64_t total = 0;
     for (const std::string& path : paths) total += sizeForDeletion(path);
 
@@ -129,6 +223,7 @@ void AppModel::confirmDelete(const std::vector<std::string>& paths, bool permane
                         (effective ? " 項目を完全に削除しますか？" : " 項目をゴミ箱に入れますか？");
     std::string message = "合計 " + Fmt::bytes(total) + "\n\n" + nameText;
     if (effective) message += kIrreversible;
+    message += offer.note;
     setPendingAction(PendingAction(std::move(title), std::move(message),
                                    effective ? kPermanentLabel : kTrashLabel,
                                    [weak = weak_from_this(), paths, effective] {
@@ -139,9 +234,10 @@ void AppModel::confirmDelete(const std::vector<std::string>& paths, bool permane
 }
 
 void AppModel::confirmCleanCategory(const CleanCategory& category, bool permanent) {
-    const std::vector<std::string> items = childrenOfRoots(category.id);
+    const Offer offer = offerable(childrenOfRoots(category.id));
+    const std::vector<std::string>& items = offer.paths;
     if (items.empty()) {
-        setNotice(std::string(kNothingToDelete));
+        setNotice(offer.notice.empty() ? std::string(kNothingToDelete) : offer.notice);
         return;
     }
     const bool effective = permanent || category.id == "trash";
@@ -150,6 +246,7 @@ void AppModel::confirmCleanCategory(const CleanCategory& category, bool permanen
     std::string message = count(items.size()) + " 項目 / 約 " +
                           Fmt::bytes(state(category.id).bytes) + "\n\n" + riskText(category.risk);
     if (effective) message += kIrreversible;
+    message += offer.note;
     setPendingAction(PendingAction(std::move(title), std::move(message),
                                    effective ? kPermanentLabel : kTrashLabel,
                                    [weak = weak_from_this(), items, effective] {
@@ -172,14 +269,17 @@ void AppModel::confirmQuickClean(const std::vector<std::string>& ids) {
         for (std::string& item : childrenOfRoots(category.id)) items.push_back(std::move(item));
         total += s.bytes;
     }
+    const Offer offer = offerable(std::move(items));
+    items = offer.paths;
     if (items.empty()) {
-        setNotice(std::string(kNothingToDelete));
+        setNotice(offer.notice.empty() ? std::string(kNothingToDelete) : offer.notice);
         return;
     }
     std::string message = "対象: " + joined(names, ", ") + "\n" + count(items.size()) +
                           " 項目 / 約 " + Fmt::bytes(total) +
                           " を完全に削除します。\n\n使用中のファイルは削除に失敗することがあります "
-                          "(その場合はアプリを終了して再実行)。";
+                          "(その場合はアプリを終了して再実行)。" +
+                          offer.note;
     setPendingAction(PendingAction("クイッククリーンを実行しますか？", std::move(message),
                                    kPermanentLabel, [weak = weak_from_this(), items] {
                                        if (const auto model = weak.lock()) {
@@ -203,6 +303,7 @@ std::uint64_t AppModel::beginDeletion(const std::vector<std::string>& paths) {
 
 void AppModel::endDeletion(std::uint64_t deletion, bool changedDisk) {
     const auto ended = deletions_.extract(deletion);
+    updateBusyProgress();
     if (ended.empty() || !changedDisk) return;
     for (const std::string& id : ended.mapped().overlappedScans) {
         const CategoryState::Status status = state(id).status;
@@ -224,45 +325,75 @@ void AppModel::endDeletion(std::uint64_t deletion, bool changedDisk) {
 void AppModel::performDelete(const std::vector<std::string>& paths, bool permanent) {
     setBusyMessage(std::string(permanent ? "削除中…" : "ゴミ箱へ移動中…"));
     const std::uint64_t deletion = beginDeletion(paths);
-    startDetached(TaskPriority::userInitiated,
-                  [weak = weak_from_this(), main = main_, store = store_, paths, permanent,
-                   deletion](const TaskHandle&) {
-                      // A folder the store has no size for (a scan of an enclosing folder is
-                      // walking it again) is measured, so the folders above it that the store
-                      // does hold lose what it really held.
-                      const auto sizeOf = [&store](const std::string& path) -> std::int64_t {
-                          if (const auto recorded = store->size(path)) return *recorded;
-                          if (FileProbe::isRealFolder(path)) {
-                              SizeStore scratch;
-                              return Scanner::scan(path, scratch).bytes;
-                          }
-                          return FileProbe::ownAllocatedSize(path).value_or(0);
-                      };
-                      DeleteOutcome outcome = Cleaner::deleteItems(paths, permanent, sizeOf);
-                      for (const DeletedItem& item : outcome.deleted) {
-                          store->removeSubtree(item.path);
-                          store->adjust(item.path, -item.size);
-                      }
-                      // A folder that was only partly deleted is measured again so that it
-                      // and its ancestors show what is really left.
-                      for (const DeleteFailure& failure : outcome.failures) {
-                          const std::optional<std::int64_t> before = store->size(failure.path);
-                          // Only a real folder: a link to one (to "/", say) failed
-                          // as a link, and walking its target would record that
-                          // target's whole tree under the link's name.
-                          if (!FileProbe::isRealFolder(failure.path)) continue;
-                          store->removeSubtree(failure.path);
-                          const ScanStats after = Scanner::scan(failure.path, *store);
-                          if (before) store->adjust(failure.path, after.bytes - *before);
-                      }
-                      main->post([weak, outcome = std::move(outcome), permanent, deletion] {
-                          if (const auto model = weak.lock())
-                              model->afterDelete(outcome, permanent, deletion);
-                      });
-                  });
+    // The worker reports from its own thread, at most ten times a second;
+    // each report becomes one step on the main thread.
+    auto progress = std::make_shared<DeletionProgress>(
+        paths.size(),
+        [weak = weak_from_this(), main = main_, deletion](const DeletionCounts& counts) {
+            main->post([weak, deletion, counts] {
+                if (const auto model = weak.lock()) model->showDeletionProgress(deletion, counts);
+            });
+        });
+    DeletionUnderWay& underWay = deletions_[deletion];
+    underWay.progress = progress;
+    underWay.counts.itemsTotal = paths.size();
+    underWay.permanent = permanent;
+    updateBusyProgress();
+    startDetached(
+        TaskPriority::userInitiated, [weak = weak_from_this(), main = main_, store = store_, paths,
+                                      permanent, deletion, progress](const TaskHandle&) {
+            std::map<std::string, std::int64_t> measured;
+            const auto sizeOf = [&](const std::string& path) {
+                return measured[path] = sizeBeforeDeletion(*store, path);
+            };
+            DeleteOutcome outcome = Cleaner::deleteItems(paths, permanent, sizeOf, progress.get());
+            applyToStore(*store, outcome, measured);
+            main->post([weak, outcome = std::move(outcome), permanent, deletion,
+                        counts = progress->counts()] {
+                if (const auto model = weak.lock())
+                    model->afterDelete(outcome, permanent, deletion, counts);
+            });
+        });
 }
 
-void AppModel::afterDelete(const DeleteOutcome& outcome, bool permanent, std::uint64_t deletion) {
+void AppModel::showDeletionProgress(std::uint64_t deletion, const DeletionCounts& counts) {
+    const auto it = deletions_.find(deletion);
+    if (it == deletions_.end()) return;  // a late report: the result is already in
+    it->second.counts = counts;
+    updateBusyProgress();
+}
+
+void AppModel::updateBusyProgress() {
+    // The overlay follows the newest of the user's own deletions under way.
+    for (auto it = deletions_.rbegin(); it != deletions_.rend(); ++it) {
+        const DeletionUnderWay& underWay = it->second;
+        if (!underWay.progress) continue;
+        const DeletionCounts& c = underWay.counts;
+        BusyProgress shown;
+        shown.text = count(c.itemsDone) + " / " + count(c.itemsTotal) + " 項目";
+        shown.text += underWay.permanent ? " · " + std::to_string(c.filesRemoved) + " 個を削除 · " +
+                                               Fmt::bytes(c.bytesFreed) + " を解放"
+                                         : "をゴミ箱へ移動";
+        if (c.itemsTotal > 1) {
+            shown.fraction = static_cast<double>(c.itemsDone) / static_cast<double>(c.itemsTotal);
+        }
+        shown.stopping = underWay.progress->stopRequested();
+        assignIfChanged(busyProgress_, std::optional<BusyProgress>(std::move(shown)),
+                        ModelField::busyProgress);
+        return;
+    }
+    assignIfChanged(busyProgress_, std::optional<BusyProgress>(), ModelField::busyProgress);
+}
+
+void AppModel::stopDeletions() {
+    for (auto& [key, underWay] : deletions_) {
+        if (underWay.progress) underWay.progress->requestStop();
+    }
+    updateBusyProgress();
+}
+
+void AppModel::afterDelete(const DeleteOutcome& outcome, bool permanent, std::uint64_t deletion,
+                           const DeletionCounts& counts) {
     setBusyMessage(std::nullopt);
     endDeletion(deletion, true);
     refreshCategorySizes();
@@ -302,9 +433,45 @@ void AppModel::afterDelete(const DeleteOutcome& outcome, bool permanent, std::ui
         s.insert(denied.begin(), denied.end());
         return s;
     }();
+    // Beyond protected and denied: items the user's stop left, items our
+    // rules refused (in their own words, never taken for items in use), and
+    // the other failures.
+    std::size_t stopped = 0;
+    std::vector<const DeleteFailure*> refused;
     std::vector<const DeleteFailure*> other;
     for (const DeleteFailure& failure : outcome.failures) {
-        if (classified.count(failure.path) == 0) other.push_back(&failure);
+        if (classified.count(failure.path) != 0) continue;
+        const FileError& error = failure.error;
+        if (error.isRefusal(FileError::stopped) || error.isRefusal(FileError::notStarted)) {
+            ++stopped;
+        } else if (error.domain == FileError::refusalDomain) {
+            refused.push_back(&failure);
+        } else {
+            other.push_back(&failure);
+        }
+    }
+    const auto exampleLines = [](const std::vector<const DeleteFailure*>& failures) {
+        std::vector<std::string> lines;
+        for (std::size_t i = 0; i < std::min(failures.size(), kFailureLinesShown); ++i) {
+            lines.push_back("・" + PathText::lastComponent(failures[i]->path) + ": " +
+                            failures[i]->error.description);
+        }
+        return joined(lines, "\n");
+    };
+
+    if (stopped > 0) {
+        // What went before the stop, the part of a half-deleted folder included.
+        summary += "\n\n停止したため、" + count(stopped) + " 項目は削除していません。";
+        if (permanent && counts.filesRemoved > 0) {
+            summary += "ここまでに " + std::to_string(counts.filesRemoved) + " 個、約 " +
+                       Fmt::bytes(counts.bytesFreed) + " を削除しました。";
+        }
+        addLog("削除を停止 (" + count(stopped) + " 項目は削除せず)", false);
+    }
+    if (!refused.empty()) {
+        const std::string r = count(refused.size());
+        summary += "\n\n" + r + " 項目は安全のため削除しませんでした。\n" + exampleLines(refused);
+        addLog(r + " 項目は安全のため削除せず", true);
     }
 
     if (!protectedPaths.empty()) {
@@ -316,13 +483,8 @@ void AppModel::afterDelete(const DeleteOutcome& outcome, bool permanent, std::ui
     }
     if (!other.empty()) {
         const std::string o = count(other.size());
-        std::vector<std::string> lines;
-        for (std::size_t i = 0; i < std::min(other.size(), kFailureLinesShown); ++i) {
-            lines.push_back("・" + PathText::lastComponent(other[i]->path) + ": " +
-                            other[i]->error.description);
-        }
         summary +=
-            "\n\n" + o + " 項目は削除できませんでした (使用中の可能性)。\n" + joined(lines, "\n");
+            "\n\n" + o + " 項目は削除できませんでした (使用中の可能性)。\n" + exampleLines(other);
         addLog(o + " 項目の削除に失敗", true);
     }
 
@@ -349,7 +511,18 @@ void AppModel::afterDelete(const DeleteOutcome& outcome, bool permanent, std::ui
 void AppModel::performAdminDelete(const std::vector<std::string>& paths) {
     setBusyMessage(std::string("管理者権限で削除中…"));
     runTool<AdminDeleteResult>(
-        [paths](Services& services) { return services.deleteAsAdmin(paths); },
+        [paths, store = store_](Services& services) {
+            // The helper does not measure: the sizes are taken here, just
+            // before, the way the user's own deletion takes them, and the
+            // store is corrected the same way.
+            std::map<std::string, std::int64_t> measured;
+            for (const std::string& path : paths) measured[path] = sizeBeforeDeletion(*store, path);
+            AdminDeleteResult result = services.deleteAsAdmin(paths);
+            if (ranNothing(result)) return result;
+            for (DeletedItem& item : result.outcome.deleted) item.size = measured[item.path];
+            applyToStore(*store, result.outcome, measured);
+            return result;
+        },
         [offered = paths.size(), deletion = beginDeletion(paths)](AppModel& model,
                                                                   const AdminDeleteResult& result) {
             model.afterAdminDelete(result, offered, deletion);
@@ -360,32 +533,21 @@ void AppModel::afterAdminDelete(const AdminDeleteResult& result, std::size_t off
                                 std::uint64_t deletion) {
     setBusyMessage(std::nullopt);
     const DeleteOutcome& outcome = result.outcome;
-    // A dismissed password dialog ran nothing. The marker is searched in
-    // free text, so it only counts while nothing was reported deleted: a
-    // deletion that happened must reach the store whatever the text says.
-    const bool dismissed =
-        outcome.deleted.empty() && result.run.err.find("-128") != std::string::npos;
-    endDeletion(deletion, !result.elevationMissing && !dismissed);
+    const bool nothingRan = ranNothing(result);
+    endDeletion(deletion, !nothingRan);
     if (result.elevationMissing) {
         addLog("pkexec が無いため管理者権限で削除できませんでした", true);
         setNotice(std::string(kNoElevation));
         return;
     }
-    if (dismissed) {
+    if (nothingRan) {
         setNotice(std::string("キャンセルしました。"));
         return;
     }
 
-    // The items the helper did remove are gone even when others failed, so
-    // the store forgets them before anything is shown. The helper does not
-    // measure, so the sizes are the ones this model recorded.
+    // The store already lost what the helper removed, also when others failed.
     std::vector<std::string> gone;
-    for (const DeletedItem& item : outcome.deleted) {
-        const std::int64_t size = store_->size(item.path).value_or(0);
-        store_->removeSubtree(item.path);
-        store_->adjust(item.path, -size);
-        gone.push_back(item.path);
-    }
+    for (const DeletedItem& item : outcome.deleted) gone.push_back(item.path);
     refreshCategorySizes();
     refreshDisk();
     dropFromSelection(gone);

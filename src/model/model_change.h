@@ -25,6 +25,7 @@ enum class ModelField {
     runtimesLoading,
     pendingAction,
     busyMessage,
+    busyProgress,
     notice,
     scanTasks,
     entriesTask,

@@ -128,7 +128,8 @@ AdminDeleteResult Cleaner::deleteAsAdminVia(const std::string& elevator, const s
             // pkexec says this in English: no authentication agent, or not
             // authorised.
             result.run.err =
-                "管理者の認証を行えませんでした (認証エージェントが動いていないか、許可されていません)";
+                "管理者の認証を行えませんでした "
+                "(認証エージェントが動いていないか、許可されていません)";
         }
     }
     result.outcome = AdminProtocol::decodeResults(paths, result.run.out);

@@ -34,11 +34,11 @@ class DeletionProgress {
     void removed(std::int64_t bytes);
     // One selected item finished.
     void itemDone();
-    bool stopRequested() const { return stop_.load(std::memory_order_relaxed); }
     const DeletionCounts& counts() const { return counts_; }
 
     // --- any thread ---
     void requestStop() { stop_.store(true, std::memory_order_relaxed); }
+    bool stopRequested() const { return stop_.load(std::memory_order_relaxed); }
 
   private:
     void reportIfDue();

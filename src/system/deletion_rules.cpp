@@ -156,7 +156,8 @@ void DeletionRules::FailureVerdict::add(const FileError& error) {
     if (error.isRefusal(FileError::stopped)) return keepFirst(stopped_);
     if (error.isRefusal(FileError::immutable)) return keepFirst(immutable_);
     const auto errnum = error.posixErrno();
-    if (error.domain != FileError::refusalDomain && errnum && (*errnum == EACCES || *errnum == EPERM)) {
+    if (error.domain != FileError::refusalDomain && errnum &&
+        (*errnum == EACCES || *errnum == EPERM)) {
         return keepFirst(denied_);
     }
     keepFirst(other_);

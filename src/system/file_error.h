@@ -38,9 +38,9 @@ struct FileError {
     static constexpr int notReported = 7;       // the administrator helper said nothing of it
     static constexpr int changedMeanwhile = 8;  // a folder was replaced while being removed
     static constexpr int mountInsideNotMoved = 9;  // not trashed: a volume is mounted below it
-    static constexpr int protectedRoot = 10;  // "/", the home folder or above, a system folder
-    static constexpr int stopped = 11;        // the user stopped the deletion during this item
-    static constexpr int notStarted = 12;     // the user stopped the deletion before this item
+    static constexpr int protectedRoot = 10;       // "/", the home folder or above, a system folder
+    static constexpr int stopped = 11;             // the user stopped the deletion during this item
+    static constexpr int notStarted = 12;          // the user stopped the deletion before this item
 
     std::string domain;
     int code = 0;

@@ -21,10 +21,10 @@ constexpr std::uint64_t kBarred = STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND;
 // anything else is taken as not flagged.
 bool flaggedByIoctl(int dirFd, const char* name, mode_t mode) {
     if (!S_ISREG(mode) && !S_ISDIR(mode)) return false;
-    const UniqueFd fd(*name == '\0'
-                          ? ::openat(dirFd, ".", O_RDONLY | O_CLOEXEC | O_NONBLOCK)
-                          : ::openat(dirFd, name, O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK |
-                                                      O_NOCTTY));
+    const UniqueFd fd(
+        *name == '\0'
+            ? ::openat(dirFd, ".", O_RDONLY | O_CLOEXEC | O_NONBLOCK)
+            : ::openat(dirFd, name, O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (!fd.valid()) return false;
     int flags = 0;
     if (::ioctl(fd.get(), FS_IOC_GETFLAGS, &flags) != 0) return false;

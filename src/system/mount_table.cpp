@@ -61,7 +61,8 @@ std::variant<std::vector<std::string>, int> MountTable::mountPoints() {
     auto table = mounts();
     if (const int* e = std::get_if<int>(&table)) return *e;
     std::vector<std::string> points;
-    for (Mount& mount : std::get<std::vector<Mount>>(table)) points.push_back(std::move(mount.point));
+    for (Mount& mount : std::get<std::vector<Mount>>(table))
+        points.push_back(std::move(mount.point));
     return points;
 }
 

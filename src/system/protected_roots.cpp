@@ -26,9 +26,9 @@ constexpr std::array<std::string_view, 13> kSystemFolders = {
 // File systems the kernel provides for itself: what is mounted from them is
 // the running system's, never the user's data.
 constexpr std::array<std::string_view, 21> kSystemTypes = {
-    "proc",      "sysfs",    "devtmpfs",    "devpts",   "cgroup",     "cgroup2",  "securityfs",
-    "debugfs",   "tracefs",  "pstore",      "bpf",      "efivarfs",   "configfs", "fusectl",
-    "mqueue",    "hugetlbfs", "binfmt_misc", "autofs",  "selinuxfs", "rpc_pipefs", "nsfs"};
+    "proc",    "sysfs",     "devtmpfs",    "devpts", "cgroup",    "cgroup2",    "securityfs",
+    "debugfs", "tracefs",   "pstore",      "bpf",    "efivarfs",  "configfs",   "fusectl",
+    "mqueue",  "hugetlbfs", "binfmt_misc", "autofs", "selinuxfs", "rpc_pipefs", "nsfs"};
 
 bool isSystemVolume(const MountTable::Mount& mount) {
     if (std::find(kSystemTypes.begin(), kSystemTypes.end(), mount.type) != kSystemTypes.end()) {

@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "core/path_text.h"
-#include "system/error_text.h"
 #include "core/unique_fd.h"
+#include "system/error_text.h"
 #include "system/utf8_repair.h"
 
 extern char** environ;
@@ -34,8 +34,8 @@ std::string programName(const std::string& executable) {
 
 ShellResult launchFailure(const std::string& executable, int errnum) {
     return {-1, "",
-            "プログラム「" + programName(executable) + "」を起動できませんでした: " +
-                ErrorText::posix(errnum)};
+            "プログラム「" + programName(executable) +
+                "」を起動できませんでした: " + ErrorText::posix(errnum)};
 }
 
 // The spawn attributes and file actions, released whatever happens.
@@ -183,7 +183,8 @@ ShellResult runProcess(const std::string& executable, const std::vector<std::str
     if (input != nullptr) {
         e = posix_spawn_file_actions_adddup2(&setup.actions, inPipe.read.get(), STDIN_FILENO);
     }
-    if (!e) e = posix_spawn_file_actions_adddup2(&setup.actions, outPipe.write.get(), STDOUT_FILENO);
+    if (!e)
+        e = posix_spawn_file_actions_adddup2(&setup.actions, outPipe.write.get(), STDOUT_FILENO);
     if (!e)
         e = posix_spawn_file_actions_adddup2(&setup.actions, errPipe.write.get(), STDERR_FILENO);
     if (!e) e = posix_spawn_file_actions_addclosefrom_np(&setup.actions, STDERR_FILENO + 1);
@@ -235,12 +236,12 @@ ShellResult runProcess(const std::string& executable, const std::vector<std::str
     int wstatus = 0;
     if (const int waitError = waitForExit(pid, wstatus)) {
         return {-1, repairedUtf8(out),
-                "プログラム「" + programName(executable) + "」の終了を確認できませんでした: " +
-                    ErrorText::posix(waitError)};
+                "プログラム「" + programName(executable) +
+                    "」の終了を確認できませんでした: " + ErrorText::posix(waitError)};
     }
     if (drainError)
-        err += "\nプログラム「" + programName(executable) + "」の出力を読めませんでした: " +
-               ErrorText::posix(drainError);
+        err += "\nプログラム「" + programName(executable) +
+               "」の出力を読めませんでした: " + ErrorText::posix(drainError);
 
     int status = -1;
     if (WIFEXITED(wstatus)) {

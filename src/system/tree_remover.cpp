@@ -29,7 +29,7 @@ using DirHandle = std::unique_ptr<DIR, DirCloser>;
 
 // One folder being emptied.
 struct Level {
-    DirHandle dir;  // null while closed to save descriptors
+    DirHandle dir;     // null while closed to save descriptors
     std::string name;  // in the folder one level up
     FileIdentity identity;
     // Names that could not be removed: skipped when the folder is read
@@ -50,7 +50,8 @@ std::int64_t freedBy(int dirFd, const char* name) {
                 &sx) != 0) {
         return 0;
     }
-    const bool lastLink = (sx.stx_mask & STATX_NLINK) == 0 || sx.stx_nlink <= 1 || S_ISDIR(sx.stx_mode);
+    const bool lastLink =
+        (sx.stx_mask & STATX_NLINK) == 0 || sx.stx_nlink <= 1 || S_ISDIR(sx.stx_mode);
     return lastLink ? static_cast<std::int64_t>(sx.stx_blocks) * 512 : 0;
 }
 
@@ -173,8 +174,7 @@ class Remover {
         if (::unlinkat(dirFd, name.c_str(), flags) == 0 || errno == ENOENT) return counted(bytes);
         const int errnum = errno;
         if (!isPermission(errnum) || stack_.empty() || !stack_.back().dir ||
-            dirfd(stack_.back().dir.get()) != dirFd ||
-            !unlock(dirFd, stack_.back().identity)) {
+            dirfd(stack_.back().dir.get()) != dirFd || !unlock(dirFd, stack_.back().identity)) {
             errno = errnum;
             return false;
         }

@@ -1,9 +1,13 @@
+#include <fcntl.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+#include <regex>
 
 #include "core/fmt.h"
+#include "core/path_text.h"
 #include "model_fixture.h"
 #include "support/run_as_test_user.h"
 
@@ -394,6 +398,146 @@ TEST_F(DeleteTest, DeniedItemsGoToTheAdministratorWhoseRunEndsInEachWay) {
             EXPECT_EQ(model->store().size(item).has_value(), left.contains(item)) << item;
         EXPECT_EQ(model->entrySelection(), left);
     }
+}
+
+// "/", the home folder and the folders above it are never offered: the
+// confirmation leaves them out and says why, or, with nothing left, a notice
+// does. Their contents are offered and deleted as ever.
+TEST_F(DeleteTest, ProtectedFoldersAreLeftOutOfEveryConfirmationWhichSaysWhy) {
+    makeFile("inner/home/.cache/blob", 5000);
+    makeFile("inner/other/file", 5000);
+    ModelEnvironment env;
+    env.home = path("inner/home");
+    env.trashFiles = trashFiles();
+    env.categories = {folderCategory("up", {path("inner")})};
+    model = AppModel::create(queue, services, env);
+    scanEach();
+    const std::string why =
+        "ルート、ホームフォルダとその上のフォルダ、システムのフォルダは削除できません。中の項目は"
+        "個別に削除できます。";
+    for (const bool permanent : {true, false}) {
+        for (const std::string& alone : {std::string("/"), path("inner"), path("inner/home")}) {
+            model->setNotice(std::nullopt);
+            model->confirmDelete({alone}, permanent);
+            EXPECT_FALSE(model->pendingAction()) << alone;
+            EXPECT_EQ(model->notice(), "削除できない項目です。" + why + "\n\n" +
+                                           PathText::shortForm(alone, env.home));
+        }
+    }
+    model->confirmDelete({path("inner/home"), path("inner/home/.cache")}, true);
+    ASSERT_TRUE(model->pendingAction());
+    EXPECT_EQ(model->pendingAction()->title, "1 項目を完全に削除しますか？");
+    EXPECT_TRUE(model->pendingAction()->message.ends_with("\n\n次の 1 項目は対象から外しました。" +
+                                                          why + "\n~"));
+    // Emptying a folder above the home folder leaves the home folder in it.
+    model->confirmCleanCategory(model->categories()[0], true);
+    ASSERT_TRUE(model->pendingAction());
+    EXPECT_TRUE(model->pendingAction()->message.starts_with("1 項目 / 約 "));
+    confirmAndSettle();
+    EXPECT_TRUE(exists(path("inner/home/.cache/blob")));
+    EXPECT_FALSE(exists(path("inner/other")));
+    EXPECT_EQ(model->state("up").bytes, fresh(path("inner")));
+}
+
+// As kelvane-test: a 5 MB file and a folder of root's in a shared sticky
+// folder cannot be deleted with the user's rights; the administrator run
+// (the real helper, made setuid root here in place of pkexec) removes both,
+// and the totals then are those of a fresh walk, the file included.
+TEST_F(DeleteTest, WhatTheAdministratorDeletedLeavesTheTotalsOfAFreshWalk) {
+    const auto shared = testUserFolder();
+    if (!shared) {
+        if (!canRunAsTestUser()) GTEST_SKIP() << "needs root, runuser and the kelvane-test account";
+        const TempTree tree;
+        struct statvfs volume {};
+        ASSERT_EQ(::statvfs(tree.path().c_str(), &volume), 0);
+        if ((volume.f_flag & ST_NOSUID) != 0) GTEST_SKIP() << "the temporary folder is nosuid";
+        const std::string open = tree.path() + "/open";
+        ASSERT_EQ(::mkdir(open.c_str(), 0777), 0);
+        ASSERT_EQ(::chmod(open.c_str(), 0777), 0);
+        ASSERT_EQ(::mkdir((open + "/sticky").c_str(), 01777), 0);
+        ASSERT_EQ(::chmod((open + "/sticky").c_str(), 01777), 0);
+        writeFileOfSize(open + "/sticky/big.bin", 5'000'000);
+        writeFileOfSize(open + "/sticky/dir/f", 300'000);
+        writeFileOfSize(open + "/keep", 7'000);
+        const std::string helper = tree.path() + "/kelvane-admin";
+        std::filesystem::copy_file(KELVANE_TEST_ADMIN_HELPER, helper);
+        ASSERT_EQ(::chmod(helper.c_str(), 04755), 0);
+        EXPECT_EQ(rerunAsTestUser(tree.path()), 0) << "the checks run as kelvane-test failed";
+        EXPECT_FALSE(exists(open + "/sticky/big.bin") || exists(open + "/sticky/dir"));
+        return;
+    }
+    const std::string open = *shared + "/open";
+    makeModel({{folderCategory("c", {open})}});
+    services->realHelper = *shared + "/kelvane-admin";
+    scanEach();
+    model->confirmDelete({open + "/sticky/big.bin", open + "/sticky/dir"}, true);
+    confirmAndSettle();
+    ASSERT_TRUE(model->pendingAction());
+    EXPECT_EQ(model->pendingAction()->title, "管理者権限で削除しますか？");
+    confirmAndSettle();
+    EXPECT_EQ(model->notice(), "2 項目を削除しました。");
+    EXPECT_EQ(model->store().size(open), fresh(open));
+    EXPECT_EQ(model->state("c").bytes, fresh(open));
+}
+
+// 200,000 files, one in 40 holding a block of data, and a second selected
+// folder: the busy overlay's counts grow while the worker deletes, "停止"
+// ends the work before the next file, and the totals then equal a fresh
+// walk of what is left.
+TEST_F(DeleteTest, ALongDeletionCountsAsItGoesAndStopsBeforeTheNextFile) {
+    constexpr int kFiles = 200'000;
+    // On tmpfs when there is one: some disks take a millisecond per new file.
+    const TempTree volume(::access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp");
+    const std::string root = volume / "c", big = root + "/big";
+    std::filesystem::create_directories(big);
+    const std::string block(4096, 'x');
+    for (int i = 0; i < kFiles; ++i) {
+        const std::string name = big + "/f" + std::to_string(i);
+        const int fd = ::open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+        ASSERT_GE(fd, 0);
+        if (i % 40 == 0) {
+            ASSERT_EQ(::write(fd, block.data(), block.size()), 4096);
+        }
+        ::close(fd);
+    }
+    writeFileOfSize(root + "/later/x", 10'000);
+    makeModel({{folderCategory("c", {root})}});
+    scanEach();
+    std::vector<std::pair<std::uint64_t, std::string>> reports;  // files removed, whole line
+    model->subscribe([&](const ModelChange& change) {
+        std::smatch m;
+        if (change.field != ModelField::busyProgress || !model->busyProgress()) return;
+        const std::string& text = model->busyProgress()->text;
+        if (!reports.empty() && reports.back().second == text) return;  // only "停止中" changed
+        if (std::regex_search(text, m, std::regex("^0 / 2 項目 · ([0-9]+) 個を削除 · .+ を解放$")))
+            reports.emplace_back(std::stoull(m[1]), text);
+        else
+            ADD_FAILURE() << text;
+    });
+    model->confirmDelete({big, root + "/later"}, true);
+    confirm();
+    EXPECT_EQ(model->busyProgress()->fraction, 0.0);
+    ASSERT_TRUE(queue->drainUntil([&] { return reports.size() >= 3; }));
+    model->stopDeletions();
+    EXPECT_TRUE(model->busyProgress()->stopping);
+    settle();
+    EXPECT_FALSE(model->busyProgress() || model->busyMessage());
+
+    for (std::size_t i = 2; i < reports.size(); ++i) {
+        EXPECT_GT(reports[i].first, reports[i - 1].first) << reports[i].second;
+    }
+    const auto left = std::distance(std::filesystem::directory_iterator(big), {});
+    EXPECT_GT(left, 0);
+    EXPECT_LT(left, kFiles);
+    EXPECT_TRUE(exists(root + "/later/x"));
+    EXPECT_EQ(model->store().size(big), fresh(big));
+    EXPECT_EQ(model->state("c").bytes, fresh(root));
+    ASSERT_TRUE(model->notice());
+    EXPECT_TRUE(model->notice()->starts_with(
+        "0 項目を削除し、約 0 バイト を解放しました。\n\n停止したため、2 項目は削除していません。"
+        "ここまでに "))
+        << *model->notice();
+    EXPECT_EQ(model->log().back().message, "削除を停止 (2 項目は削除せず)");
 }
 
 }  // namespace

@@ -18,6 +18,7 @@
 #include "model/manual_main_queue.h"
 #include "support/scoped_env.h"
 #include "support/temp_tree.h"
+#include "system/cleaner.h"
 
 namespace kelvane::test {
 
@@ -63,9 +64,12 @@ class FakeServices : public Services {
         runCalls.back().insert(runCalls.back().end(), args.begin(), args.end());
         return runResult;
     }
+    // When set, the administrator runs are this helper, started directly.
+    std::optional<std::string> realHelper;
     AdminDeleteResult deleteAsAdmin(const std::vector<std::string>& paths) override {
         const std::lock_guard lock(mutex);
         adminCalls.push_back(paths);
+        if (realHelper) return Cleaner::deleteAsAdminVia("", *realHelper, paths);
         return adminResult;
     }
 };

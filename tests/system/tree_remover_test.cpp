@@ -12,8 +12,8 @@
 #include <memory>
 #include <sstream>
 
-#include "system/cleaner.h"
 #include "core/unique_fd.h"
+#include "system/cleaner.h"
 #include "test_support.h"
 
 namespace kelvane {
@@ -95,10 +95,10 @@ void deleteAsTestUser(const std::string& dir) {
     // its folder is not part of what was selected, but locked goes whole.
     // Another user's folder (EACCES) and another user's file in a sticky
     // folder (EPERM) need the administrator — not "protected".
-    check(Cleaner::deleteItems({w + "/free", w + "/locked/inside", w + "/locked", w + "/sealed",
-                                w + "/empty-sealed", w + "/modcache", w + "/rootowned/mine",
-                                w + "/sticky/theirs"},
-                               true, none),
+    check(Cleaner::deleteItems(
+              {w + "/free", w + "/locked/inside", w + "/locked", w + "/sealed", w + "/empty-sealed",
+               w + "/modcache", w + "/rootowned/mine", w + "/sticky/theirs"},
+              true, none),
           {w + "/free", w + "/locked", w + "/sealed", w + "/empty-sealed", w + "/modcache"},
           {w + "/locked/inside", w + "/rootowned/mine", w + "/sticky/theirs"});
     // Moving to the trash is refused the same way.
@@ -171,8 +171,8 @@ TEST(AsTestUser, OwnReadOnlyTreesGoAndOnlyOthersRightsNeedTheAdministrator) {
     EXPECT_EQ(test::rerunAsTestUser(dir.path()), 0) << "the checks run as kelvane-test failed";
     if (pinned[0]->error() == 0) {
         // The administrator removes what root can; the rest is protected.
-        const AdminDeleteResult admin = Cleaner::deleteAsAdminVia(
-            "", KELVANE_TEST_ADMIN_HELPER, {w + "/mixed-a", w + "/mixed-b"});
+        const AdminDeleteResult admin = Cleaner::deleteAsAdminVia("", KELVANE_TEST_ADMIN_HELPER,
+                                                                  {w + "/mixed-a", w + "/mixed-b"});
         EXPECT_EQ(admin.outcome.protectedPaths(),
                   (std::vector<std::string>{w + "/mixed-a", w + "/mixed-b"}));
         EXPECT_TRUE(exists(w + "/mixed-a/a") && exists(w + "/mixed-b/b"));

@@ -4,6 +4,7 @@
 #include <QLabel>
 #include <QPainter>
 #include <QProgressBar>
+#include <QPushButton>
 #include <QVBoxLayout>
 
 namespace kelvane {
@@ -34,14 +35,26 @@ BusyOverlay::BusyOverlay(QWidget* parent) : QWidget(parent) {
     auto* layout = new QVBoxLayout(panel_);
     layout->setContentsMargins(24, 24, 24, 24);
     layout->setSpacing(12);
-    auto* spinner = new QProgressBar(panel_);
-    spinner->setRange(0, 0);
-    spinner->setTextVisible(false);
-    spinner->setFixedWidth(180);
+    bar_ = new QProgressBar(panel_);
+    bar_->setRange(0, 0);
+    bar_->setTextVisible(false);
+    bar_->setFixedWidth(240);
     label_ = new QLabel(panel_);
     label_->setAlignment(Qt::AlignCenter);
-    layout->addWidget(spinner, 0, Qt::AlignCenter);
+    counts_ = new QLabel(panel_);
+    counts_->setAlignment(Qt::AlignCenter);
+    counts_->setForegroundRole(QPalette::PlaceholderText);
+    stopButton_ = new QPushButton(QStringLiteral("停止"), panel_);
+    stopButton_->setAccessibleName(QStringLiteral("停止"));
+    connect(stopButton_, &QPushButton::clicked, this, [this] {
+        if (stop_) stop_();
+    });
+    layout->addWidget(bar_, 0, Qt::AlignCenter);
     layout->addWidget(label_, 0, Qt::AlignCenter);
+    layout->addWidget(counts_, 0, Qt::AlignCenter);
+    layout->addWidget(stopButton_, 0, Qt::AlignCenter);
+    counts_->hide();
+    stopButton_->hide();
     parent->installEventFilter(this);
     setGeometry(parent->rect());
     hide();
@@ -50,16 +63,36 @@ BusyOverlay::BusyOverlay(QWidget* parent) : QWidget(parent) {
 void BusyOverlay::showMessage(const QString& message) {
     label_->setText(message);
     setAccessibleName(message);
-    panel_->adjustSize();
-    panel_->move((width() - panel_->width()) / 2, (height() - panel_->height()) / 2);
+    placePanel();
     raise();
     show();
+}
+
+void BusyOverlay::showProgress(const std::optional<QString>& line, std::optional<double> fraction,
+                               bool stopping) {
+    counts_->setVisible(line.has_value());
+    stopButton_->setVisible(line.has_value());
+    if (line) counts_->setText(*line);
+    if (fraction) {
+        bar_->setRange(0, 1000);
+        bar_->setValue(static_cast<int>(*fraction * 1000.0 + 0.5));
+    } else {
+        bar_->setRange(0, 0);
+    }
+    stopButton_->setEnabled(!stopping);
+    stopButton_->setText(stopping ? QStringLiteral("停止中…") : QStringLiteral("停止"));
+    placePanel();
+}
+
+void BusyOverlay::placePanel() {
+    panel_->adjustSize();
+    panel_->move((width() - panel_->width()) / 2, (height() - panel_->height()) / 2);
 }
 
 bool BusyOverlay::eventFilter(QObject* watched, QEvent* event) {
     if (watched == parent() && event->type() == QEvent::Resize) {
         setGeometry(parentWidget()->rect());
-        panel_->move((width() - panel_->width()) / 2, (height() - panel_->height()) / 2);
+        placePanel();
     }
     return QWidget::eventFilter(watched, event);
 }

@@ -33,6 +33,7 @@ ContentView::ContentView(ModelBridge& bridge, QWidget* parent) : QWidget(parent)
     layout->addWidget(splitter_);
 
     overlay_ = new BusyOverlay(this);
+    overlay_->onStop([this] { bridge_.model().stopDeletions(); });
     connect(&bridge_, &ModelBridge::changed, this,
             [this](const ModelChange& change) { onChange(static_cast<int>(change.field)); });
 }
@@ -47,6 +48,14 @@ void ContentView::onChange(int field) {
                 overlay_->showMessage(DisplayText::fromBytes(*message));
             } else {
                 overlay_->hide();
+            }
+            break;
+        case ModelField::busyProgress:
+            if (const auto& progress = bridge_.model().busyProgress()) {
+                overlay_->showProgress(DisplayText::fromBytes(progress->text), progress->fraction,
+                                       progress->stopping);
+            } else {
+                overlay_->showProgress(std::nullopt, std::nullopt, false);
             }
             break;
         case ModelField::pendingAction:
@@ -111,8 +120,7 @@ void ContentView::showConfirmation() {
 
 void ContentView::showNotice() {
     const std::string& notice = *bridge_.model().notice();
-    QMessageBox* box =
-        AlertBox::create(window(), AlertBox::noticeIcon(notice), "Kelvane", notice);
+    QMessageBox* box = AlertBox::create(window(), AlertBox::noticeIcon(notice), "Kelvane", notice);
     box->addButton(QStringLiteral("OK"), QMessageBox::AcceptRole);
     dialog_ = box;
     connect(box, &QMessageBox::finished, this, [this] {
