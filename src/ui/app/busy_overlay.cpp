@@ -44,6 +44,8 @@ BusyOverlay::BusyOverlay(QWidget* parent) : QWidget(parent) {
     counts_ = new QLabel(panel_);
     counts_->setAlignment(Qt::AlignCenter);
     counts_->setForegroundRole(QPalette::PlaceholderText);
+    // Room for growing counts, so the panel does not jump at every report.
+    counts_->setMinimumWidth(counts_->fontMetrics().horizontalAdvance(QString(44, u'0')));
     stopButton_ = new QPushButton(QStringLiteral("停止"), panel_);
     stopButton_->setAccessibleName(QStringLiteral("停止"));
     connect(stopButton_, &QPushButton::clicked, this, [this] {
