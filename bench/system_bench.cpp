@@ -1,4 +1,4 @@
-// kelvane-system-bench [--files N]
+// kelvane-system-bench [--files N] [--base FOLDER]
 //
 // Times the deletion layer against the plain tools it stands in for and prints medians of 5
 // rounds as key=value lines:
@@ -6,6 +6,8 @@
 //   producer_mib_per_s      the same child writing to /dev/null instead (its own cost)
 //   shell_spawn_ms          Shell::run of /bin/true (start-up cost per tool call)
 //   remove_ms / rm_ms       TreeRemover::remove vs /bin/rm -rf on a tree of N files
+//   remove_counted_ms       TreeRemover::remove with the deletion's progress counted and
+//                           reported (what the busy overlay shows), same tree, same round
 //   trash_ms / trash_put_ms Trash::moveToTrash vs trash-put for N/10 files (home trash in a
 //                           temporary folder)
 
@@ -23,6 +25,7 @@
 #include <vector>
 
 #include "system/cleaner.h"
+#include "system/deletion_progress.h"
 #include "system/shell.h"
 #include "system/trash.h"
 #include "system/tree_remover.h"
@@ -65,15 +68,15 @@ std::vector<std::string> makeFlat(const std::string& root, int files) {
     return paths;
 }
 
-int run(int files) {
-    char pattern[] = "/tmp/kelvane-system-bench-XXXXXX";
-    if (mkdtemp(pattern) == nullptr) return 1;
+int run(int files, const std::string& under) {
+    std::string pattern = under + "/kelvane-system-bench-XXXXXX";
+    if (mkdtemp(pattern.data()) == nullptr) return 1;
     const std::string base = pattern;
     setenv("XDG_DATA_HOME", (base + "/data").c_str(), 1);
 
     const std::string producer =
         "head -c 67108864 /dev/zero & head -c 67108864 /dev/zero >&2; wait";
-    std::vector<double> drain, alone, spawn, remove, rm, trash, trashPut;
+    std::vector<double> drain, alone, spawn, remove, counted, rm, trash, trashPut;
     for (int r = 0; r < rounds; ++r) {
         drain.push_back(128e3 / millisecondsOf([&] { Shell::run("/bin/sh", {"-c", producer}); }));
         alone.push_back(128e3 / millisecondsOf([&] {
@@ -82,10 +85,18 @@ int run(int files) {
         spawn.push_back(millisecondsOf([] { Shell::run("/bin/true", {}); }));
 
         const std::string a = base + "/a" + std::to_string(r), b = base + "/b" + std::to_string(r);
+        const std::string c = base + "/c" + std::to_string(r);
         makeTree(a, files);
         makeTree(b, files);
+        makeTree(c, files);
         remove.push_back(millisecondsOf([&] { TreeRemover::remove(a); }));
         rm.push_back(millisecondsOf([&] { Shell::run("/bin/rm", {"-rf", b}); }));
+        std::size_t reports = 0;
+        DeletionProgress progress(1, [&reports](const DeletionCounts&) { ++reports; });
+        counted.push_back(millisecondsOf([&] {
+            DeletionRules::Locator locator(DeletionRules::LinkTrust::currentUser());
+            TreeRemover::remove(c, locator, &progress);
+        }));
 
         const auto ours = makeFlat(base + "/t" + std::to_string(r), files / 10);
         const auto theirs = makeFlat(base + "/u" + std::to_string(r), files / 10);
@@ -103,6 +114,8 @@ int run(int files) {
     std::printf("producer_mib_per_s=%.0f\n", median(alone));
     std::printf("shell_spawn_ms=%.2f\n", median(spawn));
     std::printf("remove_ms=%.1f\nrm_ms=%.1f\n", median(remove), median(rm));
+    std::printf("remove_counted_ms=%.1f\ncounted_over_plain=%.3f\n", median(counted),
+                median(counted) / median(remove));
     std::printf("trash_files=%d\ntrash_ms=%.1f\n", files / 10, median(trash));
     if (!trashPut.empty()) std::printf("trash_put_ms=%.1f\n", median(trashPut));
     Shell::run("/bin/rm", {"-rf", base});
@@ -114,6 +127,11 @@ int run(int files) {
 
 int main(int argc, char** argv) {
     int files = 20000;
-    if (argc == 3 && std::string(argv[1]) == "--files") files = std::atoi(argv[2]);
-    return kelvane::run(std::max(files, 10));
+    std::string base = "/tmp";
+    for (int i = 1; i + 1 < argc; i += 2) {
+        const std::string option = argv[i];
+        if (option == "--files") files = std::atoi(argv[i + 1]);
+        if (option == "--base") base = argv[i + 1];
+    }
+    return kelvane::run(std::max(files, 10), base);
 }
