@@ -21,6 +21,8 @@ packages=(
   desktop-file-utils appstream dpkg-dev
   # permission tests run as an unprivileged user; immutable-file tests
   util-linux passwd e2fsprogs
+  # the snapshot tools, run for real on a Btrfs volume in a file
+  btrfs-progs snapper
 )
 
 missing=()

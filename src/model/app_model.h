@@ -15,6 +15,7 @@
 #include "core/disk_info.h"
 #include "core/entry.h"
 #include "core/home_volume.h"
+#include "core/local_snapshot.h"
 #include "core/log_entry.h"
 #include "core/pending_action.h"
 #include "core/sim_runtime.h"
@@ -97,7 +98,9 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     bool entriesLoading() const { return entriesLoading_; }
     const std::optional<std::string>& entriesError() const { return entriesError_; }
     const std::set<std::string>& entrySelection() const { return entrySelection_; }
-    const std::vector<std::string>& snapshots() const { return snapshots_; }
+    const std::vector<LocalSnapshot>& snapshots() const { return snapshots_; }
+    // Snapshots may exist that only the administrator can list.
+    bool snapshotsNeedAdministrator() const { return snapshotsNeedAdministrator_; }
     bool snapshotsLoading() const { return snapshotsLoading_; }
     const std::vector<SimRuntime>& runtimes() const { return runtimes_; }
     bool runtimesLoading() const { return runtimesLoading_; }
@@ -159,10 +162,16 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
 
     // --- snapshots and runtimes ---
     void loadSnapshots();
+    // Lists through the administrator helper (one password prompt).
+    void loadSnapshotsAsAdmin();
     void loadRuntimes();
-    void confirmDeleteSnapshots(const std::vector<std::string>& dates);
+    void confirmDeleteSnapshots(const std::vector<LocalSnapshot>& snapshots);
     void confirmDeleteRuntime(const SimRuntime& runtime);
     void confirmDeleteUnavailableSims();
+
+    // How a snapshot is named in confirmations and reports: its date, who
+    // made it and its description.
+    static std::string snapshotLabel(const LocalSnapshot& snapshot);
 
     // The display order of the browser: biggest first, unknown sizes last,
     // ties kept in listing order.
@@ -212,6 +221,8 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     void afterDelete(const DeleteOutcome& outcome, bool permanent, std::uint64_t deletion,
                      const DeletionCounts& counts);
     void performAdminDelete(const std::vector<std::string>& paths);
+    void afterSnapshotDeletion(const std::vector<LocalSnapshot>& snapshots,
+                               const SnapshotTools::Deletion& result);
     // `offered` is how many paths the administrator run was given.
     void afterAdminDelete(const AdminDeleteResult& result, std::size_t offered,
                           std::uint64_t deletion);
@@ -264,7 +275,8 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     bool entriesLoading_ = false;
     std::optional<std::string> entriesError_;
     std::set<std::string> entrySelection_;
-    std::vector<std::string> snapshots_;
+    std::vector<LocalSnapshot> snapshots_;
+    bool snapshotsNeedAdministrator_ = false;
     bool snapshotsLoading_ = false;
     std::vector<SimRuntime> runtimes_;
     bool runtimesLoading_ = false;

@@ -16,18 +16,61 @@ std::string failureText(const std::string& lead, const ShellResult& result) {
     return lead + UnicodeText::trimmed(result.out + "\n" + result.err);
 }
 
+constexpr const char* kNoElevation =
+    "管理者権限で実行するには pkexec が必要です。pkexec をインストールしてから、もう一度お試しくだ"
+    "さい。";
+
 }  // namespace
+
+std::string AppModel::snapshotLabel(const LocalSnapshot& snapshot) {
+    std::string label = snapshot.date.empty() ? snapshot.path : snapshot.date;
+    switch (snapshot.maker) {
+        case LocalSnapshot::Maker::snapper:
+            label += "  Snapper (" + snapshot.config + " #" + snapshot.number + ")";
+            break;
+        case LocalSnapshot::Maker::timeshift:
+            label += "  Timeshift";
+            break;
+        case LocalSnapshot::Maker::btrfs:
+            label += "  Btrfs " + snapshot.path;
+            break;
+    }
+    if (!snapshot.description.empty()) label += "  " + snapshot.description;
+    return label;
+}
 
 void AppModel::loadSnapshots() {
     snapshotsLoading_ = true;
     notify(ModelField::snapshotsLoading);
-    runTool<std::vector<std::string>>([](Services& services) { return services.listSnapshots(); },
-                                      [](AppModel& model, const std::vector<std::string>& list) {
-                                          model.snapshots_ = list;
-                                          model.notify(ModelField::snapshots);
-                                          model.snapshotsLoading_ = false;
-                                          model.notify(ModelField::snapshotsLoading);
-                                      });
+    runTool<SnapshotTools::Listing>([](Services& services) { return services.listSnapshots(); },
+                                    [](AppModel& model, const SnapshotTools::Listing& listing) {
+                                        model.snapshots_ = listing.snapshots;
+                                        model.snapshotsNeedAdministrator_ =
+                                            listing.needsAdministrator;
+                                        model.notify(ModelField::snapshots);
+                                        model.snapshotsLoading_ = false;
+                                        model.notify(ModelField::snapshotsLoading);
+                                    });
+}
+
+void AppModel::loadSnapshotsAsAdmin() {
+    snapshotsLoading_ = true;
+    notify(ModelField::snapshotsLoading);
+    runTool<SnapshotTools::AdminListing>(
+        [](Services& services) { return services.listSnapshotsAsAdmin(); },
+        [](AppModel& model, const SnapshotTools::AdminListing& listing) {
+            model.snapshotsLoading_ = false;
+            if (listing.run.status == 0) {
+                model.snapshots_ = listing.snapshots;
+                model.snapshotsNeedAdministrator_ = false;
+                model.notify(ModelField::snapshots);
+            } else if (listing.elevationMissing) {
+                model.setNotice(std::string(kNoElevation));
+            } else if (listing.run.err.find("-128") == std::string::npos) {
+                model.setNotice(failureText("一覧を取得できませんでした:\n", listing.run));
+            }
+            model.notify(ModelField::snapshotsLoading);
+        });
 }
 
 void AppModel::loadRuntimes() {
@@ -42,35 +85,69 @@ void AppModel::loadRuntimes() {
                                      });
 }
 
-void AppModel::confirmDeleteSnapshots(const std::vector<std::string>& dates) {
-    if (dates.empty()) return;
+void AppModel::confirmDeleteSnapshots(const std::vector<LocalSnapshot>& snapshots) {
+    if (snapshots.empty()) return;
     std::string list;
-    for (std::size_t i = 0; i < dates.size(); ++i) list += (i > 0 ? "\n" : "") + dates[i];
-    const std::string n = std::to_string(dates.size());
+    for (std::size_t i = 0; i < snapshots.size(); ++i) {
+        list += (i > 0 ? "\n" : "") + snapshotLabel(snapshots[i]);
+    }
+    const std::string n = std::to_string(snapshots.size());
     setPendingAction(PendingAction(
         "ローカルスナップショット " + n + " 件を削除しますか？",
-        "管理者パスワードの入力が求められます。Time Machine "
-        "の外部バックアップには影響しません。\n\n" +
+        "管理者パスワードの入力が求められます。外部ディスクへのバックアップには影響しません。\n\n" +
             list,
-        "削除", [weak = weak_from_this(), dates, n] {
+        "削除", [weak = weak_from_this(), snapshots] {
             const auto model = weak.lock();
             if (!model) return;
             model->setBusyMessage(std::string("スナップショットを削除中…"));
-            model->runTool<ShellResult>(
-                [dates](Services& services) { return services.deleteSnapshots(dates); },
-                [n](AppModel& m, const ShellResult& result) {
-                    m.setBusyMessage(std::nullopt);
-                    if (result.status == 0) {
-                        m.addLog("ローカルスナップショット " + n + " 件を削除", false);
-                        m.setNotice(std::string(
-                            "削除しました。容量への反映には少し時間がかかることがあります。"));
-                    } else if (result.err.find("-128") == std::string::npos) {
-                        m.setNotice(failureText("削除に失敗しました:\n", result));
-                    }
-                    m.loadSnapshots();
-                    m.refreshDisk();
+            model->runTool<SnapshotTools::Deletion>(
+                [snapshots](Services& services) { return services.deleteSnapshots(snapshots); },
+                [snapshots](AppModel& m, const SnapshotTools::Deletion& result) {
+                    m.afterSnapshotDeletion(snapshots, result);
                 });
         }));
+}
+
+void AppModel::afterSnapshotDeletion(const std::vector<LocalSnapshot>& snapshots,
+                                     const SnapshotTools::Deletion& result) {
+    setBusyMessage(std::nullopt);
+    std::size_t deleted = 0;
+    std::vector<std::string> lines;
+    for (std::size_t i = 0; i < snapshots.size() && i < result.errors.size(); ++i) {
+        if (!result.errors[i]) {
+            ++deleted;
+        } else {
+            lines.push_back("・" + snapshotLabel(snapshots[i]) + ": " + *result.errors[i]);
+        }
+    }
+    const bool dismissed = deleted == 0 && result.run.err.find("-128") != std::string::npos;
+    if (deleted > 0) {
+        addLog("ローカルスナップショット " + std::to_string(deleted) + " 件を削除", false);
+    }
+    if (result.elevationMissing) {
+        setNotice(std::string(kNoElevation));
+    } else if (dismissed) {
+        // A dismissed password dialog needs no words.
+    } else if (deleted == snapshots.size()) {
+        setNotice(std::string("削除しました。容量への反映には少し時間がかかることがあります。"));
+    } else {
+        std::string text;
+        for (std::size_t i = 0; i < lines.size(); ++i) text += (i > 0 ? "\n" : "") + lines[i];
+        // Without a word from the helper about any snapshot, what it said is all there is.
+        if (deleted == 0 && result.run.status != 0 && result.run.status != 1) {
+            text = UnicodeText::trimmed(result.run.out + "\n" + result.run.err);
+        }
+        setNotice("削除に失敗しました:\n" + text);
+    }
+    // The helper listed again after deleting: no second password prompt.
+    if (result.after) {
+        snapshots_ = *result.after;
+        snapshotsNeedAdministrator_ = false;
+        notify(ModelField::snapshots);
+    } else {
+        loadSnapshots();
+    }
+    refreshDisk();
 }
 
 void AppModel::confirmDeleteRuntime(const SimRuntime& runtime) {
@@ -121,8 +198,7 @@ void AppModel::confirmDeleteUnavailableSims() {
                         m.addLog("使用不可のシミュレータを削除", false);
                         m.setNotice(std::string("使用不可のシミュレータを削除しました。"));
                     } else {
-                        m.setNotice(
-                            failureText("失敗しました:\n", result));
+                        m.setNotice(failureText("失敗しました:\n", result));
                     }
                     m.scanIfPresent("sim_devices");
                     m.refreshDisk();

@@ -7,6 +7,7 @@
 #include "core/sim_runtime.h"
 #include "system/admin_delete_result.h"
 #include "system/shell_result.h"
+#include "system/snapshot_tools.h"
 
 namespace kelvane {
 
@@ -29,8 +30,11 @@ class Services {
     virtual std::optional<std::string> initialSelection() = 0;
 
     // --- tools (each blocks; the model calls them off the main thread) ---
-    virtual std::vector<std::string> listSnapshots() = 0;
-    virtual ShellResult deleteSnapshots(const std::vector<std::string>& dates) = 0;
+    // Local snapshots: as the user, then through the administrator helper.
+    virtual SnapshotTools::Listing listSnapshots() = 0;
+    virtual SnapshotTools::AdminListing listSnapshotsAsAdmin() = 0;
+    virtual SnapshotTools::Deletion deleteSnapshots(
+        const std::vector<LocalSnapshot>& snapshots) = 0;
     virtual std::vector<SimRuntime> listRuntimes() = 0;
     virtual ShellResult run(const std::string& executable,
                             const std::vector<std::string>& arguments) = 0;
@@ -47,8 +51,9 @@ class SystemServices : public Services {
     void openFullDiskAccessSettings() override {}
     std::optional<std::string> initialSelection() override { return std::nullopt; }
 
-    std::vector<std::string> listSnapshots() override;
-    ShellResult deleteSnapshots(const std::vector<std::string>& dates) override;
+    SnapshotTools::Listing listSnapshots() override;
+    SnapshotTools::AdminListing listSnapshotsAsAdmin() override;
+    SnapshotTools::Deletion deleteSnapshots(const std::vector<LocalSnapshot>& snapshots) override;
     std::vector<SimRuntime> listRuntimes() override;
     ShellResult run(const std::string& executable,
                     const std::vector<std::string>& arguments) override;

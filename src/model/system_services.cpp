@@ -1,4 +1,5 @@
 #include "model/services.h"
+#include "system/admin_helper.h"
 #include "system/cleaner.h"
 #include "system/shell.h"
 #include "system/sim_tools.h"
@@ -6,12 +7,18 @@
 
 namespace kelvane {
 
-std::vector<std::string> SystemServices::listSnapshots() {
+SnapshotTools::Listing SystemServices::listSnapshots() {
     return SnapshotTools::list();
 }
 
-ShellResult SystemServices::deleteSnapshots(const std::vector<std::string>& dates) {
-    return SnapshotTools::deleteSnapshot(dates);
+SnapshotTools::AdminListing SystemServices::listSnapshotsAsAdmin() {
+    return SnapshotTools::listThroughHelper(AdminHelper::pkexecPath, AdminHelper::path());
+}
+
+SnapshotTools::Deletion SystemServices::deleteSnapshots(
+    const std::vector<LocalSnapshot>& snapshots) {
+    return SnapshotTools::deleteThroughHelper(AdminHelper::pkexecPath, AdminHelper::path(),
+                                              snapshots);
 }
 
 std::vector<SimRuntime> SystemServices::listRuntimes() {

@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "core/path_text.h"
+#include "system/admin_helper.h"
 #include "system/admin_protocol.h"
 #include "system/deletion_progress.h"
 #include "system/shell.h"
@@ -19,13 +20,6 @@
 
 namespace kelvane {
 namespace {
-
-constexpr const char* kPkexec = "/usr/bin/pkexec";
-constexpr const char* kHelperName = "kelvane-admin";
-// pkexec's statuses: the dialog was dismissed; authorisation failed or
-// could not be asked for.
-constexpr int kPkexecDismissed = 126;
-constexpr int kPkexecRefused = 127;
 
 struct DirCloser {
     void operator()(DIR* d) const { closedir(d); }
@@ -85,53 +79,21 @@ DeleteOutcome Cleaner::deleteItems(const std::vector<std::string>& paths, bool p
 }
 
 std::string Cleaner::adminHelperPath() {
-    // A build tree has the helper beside the app; an installed app finds it
-    // where the package put it (the path its polkit action names).
-    std::array<char, PATH_MAX> self{};
-    const ssize_t n = ::readlink("/proc/self/exe", self.data(), self.size() - 1);
-    if (n > 0) {
-        const std::string sibling = PathText::join(
-            PathText::parent(std::string(self.data(), static_cast<std::size_t>(n))), kHelperName);
-        if (::access(sibling.c_str(), X_OK) == 0) return sibling;
-    }
-    return KELVANE_ADMIN_HELPER;
+    return AdminHelper::path();
 }
 
 AdminDeleteResult Cleaner::deleteAsAdmin(const std::vector<std::string>& paths) {
-    return deleteAsAdminVia(kPkexec, adminHelperPath(), paths);
+    return deleteAsAdminVia(AdminHelper::pkexecPath, adminHelperPath(), paths);
 }
 
 AdminDeleteResult Cleaner::deleteAsAdminVia(const std::string& elevator, const std::string& helper,
                                             const std::vector<std::string>& paths) {
     AdminDeleteResult result;
     if (paths.empty()) return result;
-    const auto nothingDone = [&](std::string why) {
-        result.run = {-1, "", std::move(why)};
-        result.outcome = AdminProtocol::decodeResults(paths, "");
-        return result;
-    };
-    if (!elevator.empty() && ::access(elevator.c_str(), X_OK) != 0) {
-        result.elevationMissing = true;
-        return nothingDone("管理者権限を得るためのプログラム (pkexec) がありません");
-    }
-    if (::access(helper.c_str(), X_OK) != 0) {
-        return nothingDone("管理者権限で削除する補助プログラム (kelvane-admin) が見つかりません");
-    }
-    const std::string request = AdminProtocol::encodeRequest(paths);
-    result.run = elevator.empty() ? Shell::runWithInput(helper, {}, request)
-                                  : Shell::runWithInput(elevator, {helper}, request);
-    if (!elevator.empty()) {
-        if (result.run.status == kPkexecDismissed) {
-            // The flows recognise a dismissed password dialog by "-128".
-            result.run.err = "認証が取り消されました (-128)";
-        } else if (result.run.status == kPkexecRefused) {
-            // pkexec says this in English: no authentication agent, or not
-            // authorised.
-            result.run.err =
-                "管理者の認証を行えませんでした "
-                "(認証エージェントが動いていないか、許可されていません)";
-        }
-    }
+    const AdminHelper::Run run =
+        AdminHelper::run(elevator, helper, {}, AdminProtocol::encodeRequest(paths));
+    result.run = run.result;
+    result.elevationMissing = run.elevationMissing;
     result.outcome = AdminProtocol::decodeResults(paths, result.run.out);
     // Root removed items of the user's trash: their info files are the
     // user's, and without the items they describe nothing.

@@ -101,6 +101,8 @@ std::string ErrorText::refusal(int code) {
             return "削除を停止したため、途中まで削除しました";
         case FileError::notStarted:
             return "削除を停止したため、削除していません";
+        case FileError::notASnapshot:
+            return "読み出し専用の Btrfs スナップショットではないため、削除しません";
         case FileError::changedMeanwhile:
             return "削除中にフォルダが入れ替えられたため、中断しました";
         default:

@@ -41,6 +41,7 @@ struct FileError {
     static constexpr int protectedRoot = 10;       // "/", the home folder or above, a system folder
     static constexpr int stopped = 11;             // the user stopped the deletion during this item
     static constexpr int notStarted = 12;          // the user stopped the deletion before this item
+    static constexpr int notASnapshot = 13;        // not a read-only Btrfs snapshot
 
     std::string domain;
     int code = 0;

@@ -50,9 +50,9 @@ std::variant<std::vector<MountTable::Mount>, int> MountTable::mounts() {
         if (!(fields >> id >> parent >> device >> root >> point)) continue;
         while (fields >> field && field != "-") {
         }
-        std::string type;
-        fields >> type;
-        found.push_back({unescaped(point), std::move(type)});
+        std::string type, source;
+        fields >> type >> source;
+        found.push_back({unescaped(point), std::move(type), unescaped(root), unescaped(source)});
     }
     return found;
 }

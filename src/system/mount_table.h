@@ -19,6 +19,10 @@ struct Mount {
     std::string point;
     // The file system type ("ext4", "proc", "fuse.sshfs", ...).
     std::string type;
+    // Which folder of its file system is mounted there ("/" for the whole
+    // of it, "/@home" for a Btrfs subvolume), and from where ("/dev/sda2").
+    std::string root;
+    std::string source;
 };
 
 // Every mount, in the table's order; or the errno of reading the table.

@@ -1,36 +1,87 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "core/local_snapshot.h"
+#include "system/deletion_rules.h"
 #include "system/shell_result.h"
 
 namespace kelvane {
 
-// Lists and deletes the startup volume's local snapshots through `tmutil`. A
-// snapshot is known by its date text only (e.g. "2024-05-01-103015").
+// The local snapshots that keep deleted data on this machine's volumes:
+// Snapper's (every configuration), Timeshift's, and the other read-only
+// Btrfs snapshots. Most of them only root may list or delete, so listing
+// as the user says when the administrator is needed, and the administrator
+// helper lists and deletes with narrow requests: a snapshot number of a
+// Snapper configuration, a Timeshift name, or a path checked to be a
+// read-only Btrfs snapshot.
 namespace SnapshotTools {
 
-inline constexpr const char* tmutilPath = "/usr/bin/tmutil";
+// The tools, by absolute path; tests name stand-ins.
+struct Programs {
+    std::string snapper = "/usr/bin/snapper";
+    std::string timeshift = "/usr/bin/timeshift";
+    std::string btrfs = "/usr/bin/btrfs";
+    std::string timeshiftConfig = "/etc/timeshift/timeshift.json";
+    std::string snapperConfigs = "/etc/snapper/configs";
+};
 
-// The date texts of the local snapshots, in the order the tool prints them;
-// empty when there are none or the tool gives nothing usable (on Linux there
-// is no tmutil, so always empty). `tmutil` may name a stand-in program.
-std::vector<std::string> list(const std::string& tmutil = tmutilPath);
+struct Listing {
+    std::vector<LocalSnapshot> snapshots;
+    // Some snapshots may be there that only root can list (Btrfs volumes,
+    // Timeshift, Snapper configurations the user may not read).
+    bool needsAdministrator = false;
+};
 
-// The date texts in the output of `tmutil listlocalsnapshots /`: every line
-// that, trimmed, starts with "com.apple.TimeMachine.", without that prefix and
-// without a trailing ".local". Any other line is skipped.
-std::vector<std::string> parseList(const std::string& out);
+// What the running user may list: Snapper's snapshots where its service lets
+// us read them; whether anything is left that only root can list.
+Listing list(const Programs& programs = {});
 
-// Deletes the snapshots with the given date texts as administrator, one
-// password prompt for all. An empty list runs nothing and reports status 0.
-// (`delete` is a C++ keyword, hence the name.)
-ShellResult deleteSnapshot(const std::vector<std::string>& dates);
+// Everything, as root (the administrator helper).
+std::vector<LocalSnapshot> listAsRoot(const Programs& programs = {});
 
-// The command line deleteSnapshot runs: one quoted tmutil command per date,
-// joined by "; " so a failing one does not stop the rest.
-std::string deleteCommand(const std::vector<std::string>& dates);
+// Deletes one snapshot as root: through Snapper or Timeshift for theirs,
+// by destroying the subvolume for another read-only Btrfs snapshot (found
+// by `locator` under the deletion rules, and checked to be one). Nothing
+// on success, else the tool's text or our description of why.
+std::optional<std::string> deleteAsRoot(const LocalSnapshot& snapshot,
+                                        DeletionRules::Locator& locator,
+                                        const Programs& programs = {});
+
+// The app's side of the helper, started through `elevator` (pkexec; empty:
+// directly, as tests do). One password prompt each.
+struct AdminListing {
+    ShellResult run;  // "-128" in err: the password dialog was dismissed
+    std::vector<LocalSnapshot> snapshots;
+    bool elevationMissing = false;
+};
+AdminListing listThroughHelper(const std::string& elevator, const std::string& helper);
+
+struct Deletion {
+    ShellResult run;
+    // One entry per snapshot asked for: nothing when it was deleted, else why not.
+    std::vector<std::optional<std::string>> errors;
+    // The list as the helper found it afterwards, so that showing it again
+    // takes no second password prompt.
+    std::optional<std::vector<LocalSnapshot>> after;
+    bool elevationMissing = false;
+};
+Deletion deleteThroughHelper(const std::string& elevator, const std::string& helper,
+                             const std::vector<LocalSnapshot>& snapshots);
+
+// How the app and the helper hand snapshots to each other (JSON).
+std::string encode(const std::vector<LocalSnapshot>& snapshots);
+std::optional<std::vector<LocalSnapshot>> decode(std::string_view text);
+
+// The helper's answer to a deletion: one entry per snapshot, in order
+// (nothing for a deleted one), and the list afterwards.
+std::string encodeResults(const std::vector<std::optional<std::string>>& errors,
+                          const std::vector<LocalSnapshot>& after);
+// Fills `errors` and `after` of `deletion` from the answer for `count` snapshots.
+void decodeResults(std::string_view text, std::size_t count, Deletion& deletion);
 
 }  // namespace SnapshotTools
 }  // namespace kelvane

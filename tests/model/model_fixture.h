@@ -31,7 +31,10 @@ class FakeServices : public Services {
     std::optional<std::string> folderToChoose;
     std::optional<std::string> initial;
     std::vector<std::vector<std::string>> revealed;
-    std::vector<std::string> snapshotList;
+    std::vector<LocalSnapshot> snapshotList;
+    std::vector<LocalSnapshot> adminSnapshotList;
+    bool snapshotsNeedAdministrator = false;
+    std::vector<std::optional<std::string>> snapshotErrors;
     std::vector<SimRuntime> runtimeList;
     // What every tool run answers: the snapshot deletion and `run`.
     ShellResult runResult;
@@ -47,12 +50,27 @@ class FakeServices : public Services {
     void reveal(const std::vector<std::string>& paths) override { revealed.push_back(paths); }
     void openFullDiskAccessSettings() override {}
     std::optional<std::string> initialSelection() override { return initial; }
-    std::vector<std::string> listSnapshots() override {
+    SnapshotTools::Listing listSnapshots() override {
         ++lists;
-        return snapshotList;
+        return {snapshotList, snapshotsNeedAdministrator};
     }
-    ShellResult deleteSnapshots(const std::vector<std::string>& dates) override {
-        return run("deleteSnapshots", dates);
+    SnapshotTools::AdminListing listSnapshotsAsAdmin() override {
+        ++lists;
+        return {runResult, adminSnapshotList, runResult.status == -1 && runResult.err.empty()};
+    }
+    // Each snapshot named in runCalls by its date; the result comes from
+    // runResult, and `snapshotErrors` says which failed.
+    SnapshotTools::Deletion deleteSnapshots(const std::vector<LocalSnapshot>& snapshots) override {
+        std::vector<std::string> dates;
+        for (const LocalSnapshot& s : snapshots) dates.push_back(s.date);
+        SnapshotTools::Deletion d;
+        d.run = run("deleteSnapshots", dates);
+        d.errors = snapshotErrors;
+        d.errors.resize(snapshots.size());
+        if (d.run.err.find("-128") != std::string::npos) {
+            d.errors.assign(snapshots.size(), std::string("not reported"));
+        }
+        return d;
     }
     std::vector<SimRuntime> listRuntimes() override {
         ++lists;

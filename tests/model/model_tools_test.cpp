@@ -5,8 +5,12 @@
 namespace kelvane::test {
 namespace {
 
-const std::vector<std::string> kDates{"2024-05-01-101010", "2024-05-02-111111",
-                                      "2024-05-03-121212"};
+const std::vector<LocalSnapshot> kSnapshots{
+    {LocalSnapshot::Maker::snapper, "root", "7", "", "/.snapshots/7/snapshot",
+     "2024-05-01 10:10:10", "before upgrade", 4096},
+    {LocalSnapshot::Maker::timeshift, "", "", "2024-05-02_11-11-11", "", "2024-05-02 11:11:11", "",
+     std::nullopt},
+    {LocalSnapshot::Maker::btrfs, "", "", "", "/mnt/ro", "2024-05-03 12:12:12", "", 8192}};
 
 // Each flow: its confirmation, its run, the report of a success and of every
 // kind of failure, in our own words (what the tool wrote is quoted), and the
@@ -31,12 +35,6 @@ TEST_F(ModelTest, ToolFlowsReportInOurOwnWords) {
     };
     const auto lists = [&] { return services->lists.load(); };
     const std::vector<Flow> flows{
-        {[&] { model->confirmDeleteSnapshots(kDates); },
-         {"deleteSnapshots", kDates[0], kDates[1], kDates[2]},
-         "ローカルスナップショット 3 件を削除",
-         "削除しました。容量への反映には少し時間がかかることがあります。",
-         "削除に失敗しました:\n",
-         lists},
         {[&] { model->confirmDeleteRuntime(runtime); },
          {"/usr/bin/xcrun", "simctl", "runtime", "delete", "5E1F-AB"},
          "ランタイム iOS 17.2 を削除 (" + Fmt::bytes(runtime.sizeBytes) + ")",
@@ -60,7 +58,6 @@ TEST_F(ModelTest, ToolFlowsReportInOurOwnWords) {
         {{2, "", ""}, ""},
         {notStarted, notStarted.err},
     };
-    services->snapshotList = kDates;
     services->runtimeList = {runtime};
     for (const Flow& flow : flows) {
         SCOPED_TRACE(flow.log);
@@ -86,17 +83,7 @@ TEST_F(ModelTest, ToolFlowsReportInOurOwnWords) {
         EXPECT_EQ(diskReads, reads + 4);
         EXPECT_EQ(flow.reloads(), reloads + 4);
     }
-    EXPECT_EQ(model->snapshots(), kDates);
     EXPECT_EQ(model->runtimes(), services->runtimeList);
-    // A dismissed password dialog: silent, but the list is read again.
-    model->setNotice(std::nullopt);
-    services->runResult = {126, "", "認証が取り消されました (-128)"};
-    services->snapshotList = {};
-    model->confirmDeleteSnapshots(kDates);
-    confirmAndSettle();
-    EXPECT_EQ(model->notice(), std::nullopt);
-    EXPECT_TRUE(model->snapshots().empty());
-    EXPECT_FALSE(model->snapshotsLoading() || model->runtimesLoading());
 
     // A confirmation that outlives the model does nothing.
     const std::size_t runs = services->runCalls.size();
@@ -110,6 +97,72 @@ TEST_F(ModelTest, ToolFlowsReportInOurOwnWords) {
     settle();
     EXPECT_TRUE(exists(path("Library/Developer")));
     EXPECT_EQ(services->runCalls.size(), runs);
+}
+
+// Snapshots: listed as the user, who is told when only the administrator can
+// list the rest, then through the helper; deleted with one prompt, each
+// snapshot's result reported, the list the helper found afterwards shown.
+TEST_F(ModelTest, SnapshotsAreListedAndDeletedThroughTheHelperWithOnePrompt) {
+    makeModel();
+    services->snapshotList = {kSnapshots[0]};
+    services->snapshotsNeedAdministrator = true;
+    model->loadSnapshots();
+    settle();
+    EXPECT_EQ(model->snapshots(), std::vector<LocalSnapshot>{kSnapshots[0]});
+    EXPECT_TRUE(model->snapshotsNeedAdministrator());
+    services->adminSnapshotList = kSnapshots;
+    model->loadSnapshotsAsAdmin();
+    settle();
+    EXPECT_EQ(model->snapshots(), kSnapshots);
+    EXPECT_FALSE(model->snapshotsNeedAdministrator());
+
+    model->confirmDeleteSnapshots({});
+    EXPECT_FALSE(model->pendingAction());
+    model->confirmDeleteSnapshots(kSnapshots);
+    ASSERT_TRUE(model->pendingAction());
+    EXPECT_EQ(model->pendingAction()->title, "ローカルスナップショット 3 件を削除しますか？");
+    EXPECT_EQ(model->pendingAction()->message,
+              "管理者パスワードの入力が求められます。外部ディスクへのバックアップには影響しません。"
+              "\n\n2024-05-01 10:10:10  Snapper (root #7)  before upgrade\n"
+              "2024-05-02 11:11:11  Timeshift\n2024-05-03 12:12:12  Btrfs /mnt/ro");
+    const PendingAction again = *model->pendingAction();
+    struct Row {
+        ShellResult run;
+        std::vector<std::optional<std::string>> errors;
+        std::optional<std::string> notice;
+        std::string log;
+    };
+    const std::vector<Row> rows{
+        {{0, "", ""},
+         {},
+         "削除しました。容量への反映には少し時間がかかることがあります。",
+         "ローカルスナップショット 3 件を削除"},
+        {{1, "", ""},
+         {std::nullopt, "Snapshot busy",
+          "読み出し専用の Btrfs スナップショットではないため、削除しません"},
+         "削除に失敗しました:\n・2024-05-02 11:11:11  Timeshift: Snapshot busy\n"
+         "・2024-05-03 12:12:12  Btrfs /mnt/ro: 読み出し専用の Btrfs "
+         "スナップショットではないため、削除しません",
+         "ローカルスナップショット 1 件を削除"},
+        {{126, "", "認証が取り消されました (-128)"}, {}, std::nullopt, ""},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.log);
+        model->setNotice(std::nullopt);
+        services->runResult = row.run;
+        services->snapshotErrors = row.errors;
+        const std::size_t logged = model->log().size();
+        const int lists = services->lists.load();
+        again.perform();
+        settle();
+        EXPECT_EQ(model->notice(), row.notice);
+        EXPECT_EQ(model->log().size(), logged + (row.log.empty() ? 0 : 1));
+        if (!row.log.empty()) {
+            EXPECT_EQ(model->log().back().message, row.log);
+        }
+        EXPECT_EQ(services->lists.load(), lists + 1);  // the list is read again
+    }
+    EXPECT_FALSE(model->busyMessage());
 }
 
 }  // namespace

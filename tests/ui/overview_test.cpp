@@ -252,11 +252,16 @@ TEST_F(OverviewTest, ToolScreensListsLoadWithTheirOwnReloadAndEveryDeletionAsks)
     EXPECT_EQ(rows(snapshots), Rows{{"ローカルスナップショットはありません"}});
     EXPECT_FALSE(snapshots->deleteAllButton()->isEnabled());
     // "更新" reloads; while it runs only "取得中…" shows, though the old list is held.
-    services->snapshotList = {"2024-05-01-101112", "2024-05-02-101112", "2024-05-03-101112"};
+    services->snapshotList = {{LocalSnapshot::Maker::snapper, "root", "1", "",
+                               "/.snapshots/1/snapshot", "2024-05-01 10:11:12", "", 4096},
+                              {LocalSnapshot::Maker::snapper, "root", "2", "",
+                               "/.snapshots/2/snapshot", "2024-05-02 10:11:12", "", 4096},
+                              {LocalSnapshot::Maker::snapper, "root", "3", "",
+                               "/.snapshots/3/snapshot", "2024-05-03 10:11:12", "", 4096}};
     reload()->trigger();
     settle();
     ASSERT_EQ(rows(snapshots).size(), 3u);
-    EXPECT_EQ(rows(snapshots)[1], QStringList{"2024-05-02-101112"});
+    EXPECT_EQ(rows(snapshots)[1].first(), "2024-05-02 10:11:12");
     reload()->trigger();
     EXPECT_EQ(rows(snapshots), Rows{{"取得中…"}});
     settle();
@@ -264,8 +269,8 @@ TEST_F(OverviewTest, ToolScreensListsLoadWithTheirOwnReloadAndEveryDeletionAsks)
     findButton(snapshots->list()->rows()[1], QStringLiteral("削除"))->click();
     ASSERT_TRUE(model().pendingAction().has_value());
     EXPECT_EQ(model().pendingAction()->title, "ローカルスナップショット 1 件を削除しますか？");
-    EXPECT_NE(model().pendingAction()->message.find("2024-05-02-101112"), std::string::npos);
-    EXPECT_EQ(model().pendingAction()->message.find("2024-05-01-101112"), std::string::npos);
+    EXPECT_NE(model().pendingAction()->message.find("2024-05-02 10:11:12"), std::string::npos);
+    EXPECT_EQ(model().pendingAction()->message.find("2024-05-01 10:11:12"), std::string::npos);
     snapshots->deleteAllButton()->click();
     EXPECT_EQ(model().pendingAction()->title, "ローカルスナップショット 3 件を削除しますか？");
     model().setPendingAction(std::nullopt);

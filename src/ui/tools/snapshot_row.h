@@ -1,21 +1,23 @@
 #pragma once
 
 #include <QWidget>
-#include <string>
+
+#include "core/local_snapshot.h"
 
 namespace kelvane {
 
-// One local snapshot: its date text and a "削除" button.
+// One local snapshot: its date, who made it and where, its description, its
+// size or why the size is not known, and a "削除" button.
 class SnapshotRow : public QWidget {
     Q_OBJECT
   public:
-    explicit SnapshotRow(std::string date, QWidget* parent = nullptr);
+    explicit SnapshotRow(LocalSnapshot snapshot, QWidget* parent = nullptr);
 
   signals:
-    void deleteRequested(const std::string& date);
+    void deleteRequested(const LocalSnapshot& snapshot);
 
   private:
-    std::string date_;
+    LocalSnapshot snapshot_;
 };
 
 }  // namespace kelvane

@@ -1,13 +1,16 @@
 #include "ui/tools/snapshots_view.h"
 
 #include <QBoxLayout>
+#include <QHBoxLayout>
+#include <QLabel>
 #include <QPushButton>
 
-#include "ui/components/inset_list.h"
 #include "ui/app/model_bridge.h"
+#include "ui/components/inset_list.h"
 #include "ui/components/palette_roles.h"
-#include "ui/tools/snapshot_row.h"
+#include "ui/components/styled_label.h"
 #include "ui/components/symbol_icons.h"
+#include "ui/tools/snapshot_row.h"
 
 namespace kelvane {
 
@@ -19,15 +22,27 @@ SnapshotsView::SnapshotsView(ModelBridge& bridge, CleanCategory category, QWidge
     PaletteRoles::markDestructive(deleteAll_);
     headerLayout()->addLayout(describedTitle(
         QStringLiteral(
-            "Time Machine が有効な Mac "
-            "では、外部ディスクに書き出す前のバックアップが起動ディスク上に「ローカルスナップショッ"
-            "ト"
-            "」として保持されます。これは Finder やストレージ設定では「システムデータ」に含まれ、"
-            "macOS "
-            "は容量が逼迫すると自動的に削除しますが、手動で削除して即座に容量を空けることもできます"
-            " "
-            "(管理者パスワードが必要)。"),
+            "Btrfs のスナップショット (Snapper、Timeshift、手動で作ったもの) は、元のファイルを削除"
+            "しても、その時点のデータをディスク上に残し続けます。不要になったスナップショットを削除"
+            "すると容量が空きます (管理者パスワードが必要)。"),
         deleteAll_));
+    // Most snapshots only root may list: say so, and list through the
+    // helper only when asked, never on merely opening the screen.
+    adminNote_ = new QWidget(header());
+    auto* note = new QHBoxLayout(adminNote_);
+    note->setContentsMargins(0, 4, 0, 0);
+    note->addWidget(
+        StyledLabel::secondary(
+            QStringLiteral(
+                "Btrfs のボリュームや Timeshift のスナップショットの一覧を取得するには管理者権限"
+                "が必要です。"),
+            Typography::caption(), adminNote_),
+        1);
+    listAsAdmin_ = new QPushButton(QStringLiteral("管理者権限で一覧を取得"), adminNote_);
+    note->addWidget(listAsAdmin_);
+    headerLayout()->addWidget(adminNote_);
+    connect(listAsAdmin_, &QPushButton::clicked, this,
+            [this] { bridge_.model().loadSnapshotsAsAdmin(); });
 
     connect(deleteAll_, &QPushButton::clicked, this,
             [this] { bridge_.model().confirmDeleteSnapshots(bridge_.model().snapshots()); });
@@ -41,6 +56,7 @@ SnapshotsView::SnapshotsView(ModelBridge& bridge, CleanCategory category, QWidge
 void SnapshotsView::refresh() {
     const AppModel& model = bridge_.model();
     deleteAll_->setEnabled(!model.snapshots().empty());
+    adminNote_->setVisible(model.snapshotsNeedAdministrator());
     // An older list may still be held while a new one loads; it is not shown.
     if (model.snapshotsLoading()) {
         list()->showLoading();
@@ -51,10 +67,10 @@ void SnapshotsView::refresh() {
         return;
     }
     list()->clear();
-    for (const std::string& date : model.snapshots()) {
-        auto* row = new SnapshotRow(date);
+    for (const LocalSnapshot& snapshot : model.snapshots()) {
+        auto* row = new SnapshotRow(snapshot);
         connect(row, &SnapshotRow::deleteRequested, this,
-                [this](const std::string& d) { bridge_.model().confirmDeleteSnapshots({d}); });
+                [this](const LocalSnapshot& s) { bridge_.model().confirmDeleteSnapshots({s}); });
         list()->addRow(row);
     }
 }
