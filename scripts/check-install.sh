@@ -24,13 +24,17 @@ appstreamcli validate --no-net --explain "$stage/usr/share/metainfo/io.kelvane.K
 # pkexec falls back to its generic message.
 python3 - "$stage/usr/share/polkit-1/actions/io.kelvane.Kelvane.policy" <<'PY'
 import sys, xml.etree.ElementTree as ET
-action = ET.parse(sys.argv[1]).getroot().find("action")
-path = [a.text for a in action.findall("annotate")
-        if a.get("key") == "org.freedesktop.policykit.exec.path"]
-assert path == ["/usr/libexec/kelvane/kelvane-admin"], path
-assert action.find("defaults/allow_active").text == "auth_admin"
-langs = {m.get("{http://www.w3.org/XML/1998/namespace}lang") for m in action.findall("message")}
-assert langs == {None, "ja"}, langs
+# Every action (deleting items; listing and deleting snapshots, told apart
+# by the helper's first argument) names the installed helper.
+actions = ET.parse(sys.argv[1]).getroot().findall("action")
+assert len(actions) == 3, len(actions)
+for action in actions:
+    path = [a.text for a in action.findall("annotate")
+            if a.get("key") == "org.freedesktop.policykit.exec.path"]
+    assert path == ["/usr/libexec/kelvane/kelvane-admin"], path
+    assert action.find("defaults/allow_active").text == "auth_admin"
+    langs = {m.get("{http://www.w3.org/XML/1998/namespace}lang") for m in action.findall("message")}
+    assert langs == {None, "ja"}, langs
 PY
 echo "install: staged files present and valid"
 
