@@ -4,6 +4,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QVBoxLayout>
 
 #include "ui/app/model_bridge.h"
 #include "ui/components/inset_list.h"
@@ -20,27 +21,27 @@ SnapshotsView::SnapshotsView(ModelBridge& bridge, CleanCategory category, QWidge
     deleteAll_ =
         new QPushButton(SymbolIcons::icon("trash"), QStringLiteral("すべて削除"), header());
     PaletteRoles::markDestructive(deleteAll_);
-    headerLayout()->addLayout(describedTitle(
+    QVBoxLayout* column = describedTitle(
         QStringLiteral(
             "Btrfs のスナップショット (Snapper、Timeshift、手動で作ったもの) は、元のファイルを削除"
             "しても、その時点のデータをディスク上に残し続けます。不要になったスナップショットを削除"
             "すると容量が空きます (管理者パスワードが必要)。"),
-        deleteAll_));
+        deleteAll_);
+    headerLayout()->addLayout(column);
     // Most snapshots only root may list: say so, and list through the
     // helper only when asked, never on merely opening the screen.
     adminNote_ = new QWidget(header());
     auto* note = new QHBoxLayout(adminNote_);
     note->setContentsMargins(0, 4, 0, 0);
-    note->addWidget(
-        StyledLabel::secondary(
-            QStringLiteral(
-                "Btrfs のボリュームや Timeshift のスナップショットの一覧を取得するには管理者権限"
-                "が必要です。"),
-            Typography::caption(), adminNote_),
-        1);
+    QLabel* why = StyledLabel::secondary(
+        QStringLiteral("Btrfs のボリュームや Timeshift のスナップショットの一覧を取得するには"
+                       "管理者権限が必要です。"),
+        Typography::caption(), adminNote_);
+    why->setWordWrap(true);
+    note->addWidget(why, 1);
     listAsAdmin_ = new QPushButton(QStringLiteral("管理者権限で一覧を取得"), adminNote_);
     note->addWidget(listAsAdmin_);
-    headerLayout()->addWidget(adminNote_);
+    column->addWidget(adminNote_);
     connect(listAsAdmin_, &QPushButton::clicked, this,
             [this] { bridge_.model().loadSnapshotsAsAdmin(); });
 
