@@ -4,8 +4,10 @@
 // over a demo home it also renders the dialogs, and run as the user a demo
 // home made with --owner belongs to, the full-disk-access banner and the
 // administrator's confirmation too.
-// Usage: kelvane-screenshots OUTPUT_FOLDER [--dark] [--map] [CATEGORY_ID…]
-// --map also renders each named category as a map (ID-map.png).
+// Usage: kelvane-screenshots OUTPUT_FOLDER [--dark] [--map] [--list-snapshots] [CATEGORY_ID…]
+// --map also renders each named category as a map (ID-map.png);
+// --list-snapshots lists the snapshots through the administrator helper
+// (snapshots-listed.png), which asks for the password as the app would.
 #include <unistd.h>
 #include <QAbstractButton>
 #include <QApplication>
@@ -224,10 +226,13 @@ int main(int argc, char** argv) {
     }
     QStringList ids;
     bool dark = false;
+    bool listSnapshots = false;
     bool maps = false;
     for (int i = 2; i < argc; ++i) {
         const QString arg = QString::fromLocal8Bit(argv[i]);
-        if (arg == QStringLiteral("--dark")) {
+        if (arg == QStringLiteral("--list-snapshots")) {
+            listSnapshots = true;
+        } else if (arg == QStringLiteral("--dark")) {
             dark = true;
         } else if (arg == QStringLiteral("--map")) {
             maps = true;
@@ -262,6 +267,13 @@ int main(int argc, char** argv) {
         runUntil([&] { return !app.model().entriesLoading() && kelvane::runningTaskCount() == 0; },
                  20000);
         ok = save(window, out + "/" + id + ".png") && ok;
+        if (id == QStringLiteral("snapshots") && listSnapshots) {
+            // As "管理者権限で一覧を取得" would: the helper, through pkexec.
+            app.model().loadSnapshotsAsAdmin();
+            runUntil([&] { return !app.model().snapshotsLoading() && kelvane::runningTaskCount() == 0; },
+                     20000);
+            ok = save(window, out + "/snapshots-listed.png") && ok;
+        }
         auto* detail =
             qobject_cast<kelvane::CategoryDetailView*>(window.content()->router()->current());
         if (maps && detail != nullptr) {
