@@ -4,6 +4,7 @@
 #include <set>
 
 #include "core/catalog.h"
+#include "core/catalog_on_linux.h"
 #include "core/home_trash.h"
 #include "core/linux_catalog.h"
 
@@ -121,7 +122,7 @@ TEST(Catalog, GroupsStandTogetherInSidebarOrder) {
 TEST(LinuxCatalog, ASecondTableOverAnyHomeAndSystemRootInTheExistingSections) {
     const auto rows = LinuxCatalog::build("/h", "/sys-root");
     const auto builtIn = Catalog::build("/h", "/t");
-    ASSERT_EQ(rows.size(), 14u);
+    ASSERT_EQ(rows.size(), 13u);
     EXPECT_EQ(rows.front().id, "linux_thumbnails");
     EXPECT_EQ(rows.back().id, "linux_snap");
     EXPECT_EQ(row(rows, "linux_flatpak_app_caches").patterns,
@@ -142,6 +143,75 @@ TEST(LinuxCatalog, ASecondTableOverAnyHomeAndSystemRootInTheExistingSections) {
         }
     }
     // The real table is over the real root.
-    EXPECT_EQ(row(LinuxCatalog::all(), "linux_logs").patterns,
-              std::vector<std::string>{"/var/log"});
+    EXPECT_EQ(row(LinuxCatalog::all(), "linux_journal").patterns,
+              std::vector<std::string>{"/var/log/journal"});
+}
+
+TEST(CatalogOnLinux, RowsWithALinuxCounterpartMeasureItAndNameIt) {
+    const CatalogOnLinux::Places places{"/h", "/s", "/tmp", "/h/.local/share"};
+    const auto rows = CatalogOnLinux::adapt(Catalog::build("/h", "/t"), places);
+    ASSERT_EQ(rows.size(), 35u);
+    struct Expected {
+        const char* id;
+        const char* name;
+        std::vector<std::string> patterns;
+        Risk risk;
+    };
+    const std::vector<Expected> table{
+        {"system_caches", "システムキャッシュ (/var/cache)", {"/s/var/cache"}, Risk::danger},
+        {"temp", "一時ファイル (/tmp)", {"/tmp"}, Risk::danger},
+        {"system_logs", "システムログ (/var/log)", {"/s/var/log"}, Risk::danger},
+        {"sim_runtimes", "Flatpak / Snap ランタイム", {}, Risk::caution},
+        {"snapshots", "ローカルスナップショット (Snapper / Timeshift / Btrfs)", {}, Risk::safe},
+        {"explore_lib", "~/.local/share 全体", {"/h/.local/share"}, Risk::caution},
+        {"explore_syslib", "/var 全体", {"/s/var"}, Risk::caution},
+        {"homebrew", "Homebrew キャッシュ", {"/h/.cache/Homebrew"}, Risk::safe},
+        {"node_caches",
+         "Node.js パッケージキャッシュ",
+         {"/h/.npm/_cacache", "/h/.yarn/cache", "/h/.local/share/pnpm/store",
+          "/h/.bun/install/cache"},
+         Risk::safe},
+        {"android", "Android SDK / AVD", {"/h/.android/avd", "/h/Android/Sdk"}, Risk::caution},
+        {"dot_cache", "~/.cache", {"/h/.cache"}, Risk::caution},
+    };
+    for (const Expected& e : table) {
+        const CleanCategory& c = row(rows, e.id);
+        EXPECT_EQ(c.name, e.name) << e.id;
+        EXPECT_EQ(c.patterns, e.patterns) << e.id;
+        EXPECT_EQ(c.risk, e.risk) << e.id;
+    }
+    // The tool rows keep their kinds and sit in the system section.
+    EXPECT_EQ(row(rows, "sim_runtimes").kind, CategoryKind::runtimes);
+    EXPECT_EQ(row(rows, "sim_runtimes").group, "システム");
+    // A temporary folder elsewhere is named by where it is.
+    const auto moved =
+        CatalogOnLinux::adapt(Catalog::build("/h", "/t"), {"/h", "", "/h/tmp", "/data/share"});
+    EXPECT_EQ(row(moved, "temp").name, "一時ファイル (~/tmp)");
+    EXPECT_EQ(row(moved, "explore_lib").name, "/data/share 全体");
+}
+
+TEST(CatalogOnLinux, WhatALinuxMachineListsNamesNoForeignPlaceAndMeasuresNoFolderTwice) {
+    const CatalogOnLinux::Places places{"/h", "", "/tmp", "/h/.local/share"};
+    auto rows = CatalogOnLinux::adapt(Catalog::build("/h", "/t"), places);
+    for (CleanCategory& c : LinuxCatalog::build("/h", "")) rows.push_back(std::move(c));
+    std::set<std::string> measured;
+    for (const CleanCategory& c : rows) {
+        if (CatalogOnLinux::onlyWhenPresent(c)) continue;
+        for (const char* word : {"Library", "macOS", "Mac ", "Xcode", "iOS", "Time Machine",
+                                 "シミュレータ", "Finder", "/private", "/Applications"}) {
+            EXPECT_EQ(c.name.find(word), std::string::npos) << c.id << ": " << word;
+            EXPECT_EQ(c.detail.find(word), std::string::npos) << c.id << ": " << word;
+            for (const auto& p : c.patterns)
+                EXPECT_EQ(p.find(word), std::string::npos) << c.id << ": " << p;
+        }
+        for (const auto& p : c.patterns)
+            EXPECT_TRUE(measured.insert(p).second) << c.id << ": " << p;
+    }
+    // Every row kept for the other platform measures one of its own folders.
+    for (const char* id : {"user_caches", "derived_data", "sim_devices", "cocoapods", "mail",
+                           "app_support", "applications", "ios_backups"}) {
+        EXPECT_TRUE(CatalogOnLinux::onlyWhenPresent(row(rows, id))) << id;
+    }
+    EXPECT_FALSE(CatalogOnLinux::onlyWhenPresent(row(rows, "sim_runtimes")));
+    EXPECT_FALSE(CatalogOnLinux::onlyWhenPresent(row(rows, "dot_cache")));
 }
