@@ -98,13 +98,20 @@ TEST_F(OverviewTest, CardsOverAnEmptyHome) {
     settle();
     EXPECT_FALSE(biggest->isVisible());
 
-    // The disk: the fixture's 500 GB with 120 GB free, then others; the
-    // space kept for root is shown as the volume reports it.
+    // The disk: the fixture's 500 GB with 120 GB free, then others. The
+    // space kept for root is neither used nor free: the three add up to the
+    // total, and the bar fills with both.
     DiskCard* disk = overview()->diskCard();
     EXPECT_EQ(disk->figure("使用中"), bytes(380'000'000'000));
-    for (const std::int64_t reserved : {std::int64_t{25'000'000'000}, std::int64_t{0}}) {
+    for (const std::int64_t reserved : {std::int64_t{50'000'000'000}, std::int64_t{0}}) {
         model().setDisk(DiskInfo{1'000'000'000'000, 300'000'000'000, 300'000'000'000, reserved});
+        EXPECT_EQ(disk->figure("使用中"), bytes(700'000'000'000 - reserved));
         EXPECT_EQ(disk->figure("root 用の予約領域"), bytes(reserved));
+        const auto* bar = disk->findChild<DiskUsageBar*>();
+        EXPECT_DOUBLE_EQ(bar->fraction() + bar->reservedFraction(), 0.7);
+        EXPECT_EQ(bar->accessibleName(), reserved == 0
+                                             ? QStringLiteral("使用率 70%")
+                                             : QStringLiteral("使用率 65%、root 用の予約領域 5%"));
     }
     // Without figures "更新" goes too; reading the disk again brings them back.
     model().setDisk(std::nullopt);

@@ -95,8 +95,11 @@ void DiskCard::refresh() {
     unavailable_->setVisible(!disk);
     body_->setVisible(disk.has_value());
     if (!disk) return;
-    const std::int64_t used = disk->total - disk->available;
-    bar_->setUsage(used, disk->total);
+    // Used as df counts it: what files hold. The reserve is neither used nor
+    // free to the user, so it gets a figure of its own and the three add up
+    // to the total.
+    const std::int64_t used = disk->total - disk->available - disk->reservedForRoot;
+    bar_->setUsage(used, disk->reservedForRoot, disk->total);
     StyledLabel::setText(used_, QString::fromStdString(Fmt::bytes(used)));
     StyledLabel::setText(free_, QString::fromStdString(Fmt::bytes(disk->available)));
     StyledLabel::setText(reserved_, QString::fromStdString(Fmt::bytes(disk->reservedForRoot)));
@@ -109,9 +112,10 @@ void DiskCard::refresh() {
     StyledLabel::setText(homeTitle_, QStringLiteral("ホーム (") +
                                          DisplayText::fromBytes(home->mountPoint) +
                                          QStringLiteral(")"));
-    homeBar_->setUsage(home->disk.total - home->disk.available, home->disk.total);
-    StyledLabel::setText(
-        homeUsed_, QString::fromStdString(Fmt::bytes(home->disk.total - home->disk.available)));
+    const std::int64_t homeUsed =
+        home->disk.total - home->disk.available - home->disk.reservedForRoot;
+    homeBar_->setUsage(homeUsed, home->disk.reservedForRoot, home->disk.total);
+    StyledLabel::setText(homeUsed_, QString::fromStdString(Fmt::bytes(homeUsed)));
     StyledLabel::setText(homeFree_, QString::fromStdString(Fmt::bytes(home->disk.available)));
     StyledLabel::setText(homeTotal_, QString::fromStdString(Fmt::bytes(home->disk.total)));
 }

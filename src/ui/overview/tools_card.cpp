@@ -55,7 +55,7 @@ ToolsCard::ToolsCard(ModelBridge& bridge, QWidget* parent)
     const QString system = exploredFolder(model, "explore_syslib");
     const std::vector<ToolRow> tools{
         {QStringLiteral("使用されていないランタイムを削除"),
-         QStringLiteral("どのアプリも使っていない Flatpak ランタイム (flatpak uninstall --unused)"),
+         QStringLiteral("未使用の Flatpak ランタイム (flatpak uninstall --unused)"),
          {{QStringLiteral("実行"), [](AppModel& m) { m.confirmDeleteUnavailableSims(); }}}},
         {QStringLiteral("Flatpak / Snap ランタイム"),
          QStringLiteral("インストール済みのランタイムや古いリビジョンを個別に削除"),
