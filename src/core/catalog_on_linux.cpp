@@ -104,7 +104,7 @@ std::vector<CleanCategory> CatalogOnLinux::adapt(std::vector<CleanCategory> rows
             row.patterns = withoutLibrary(row.patterns, h);
             row.patterns.push_back(h + "/Android/Sdk");
         } else if (id == "snapshots") {
-            row.name = "ローカルスナップショット (Snapper / Timeshift / Btrfs)";
+            row.name = "スナップショット (Snapper / Timeshift)";
             row.detail =
                 "Snapper や Timeshift が起動ディスクに保持するスナップショット。削除したファイルの"
                 "容量は、それを含むスナップショットが無くなるまで解放されません。";

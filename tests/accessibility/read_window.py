@@ -122,7 +122,7 @@ def main():
         rows = wait_for(scanned_rows, "the sidebar rows with their sizes")
         print("sidebar rows read:", len(rows))
         for expected in ("概要", "ゴミ箱", "一時ファイル (/tmp)", "Flatpak / Snap ランタイム",
-                         "ローカルスナップショット (Snapper / Timeshift / Btrfs)"):
+                         "スナップショット (Snapper / Timeshift)"):
             if not any(r == expected or r.startswith(expected + ",") for r in rows):
                 fail("sidebar row %r not readable; rows: %s" % (expected, rows[:12]))
         if not any(r.startswith("~/.cache, ") and ("B" in r or "バイト" in r) for r in rows):

@@ -162,7 +162,7 @@ TEST(CatalogOnLinux, RowsWithALinuxCounterpartMeasureItAndNameIt) {
         {"temp", "一時ファイル (/tmp)", {"/tmp"}, Risk::danger},
         {"system_logs", "システムログ (/var/log)", {"/s/var/log"}, Risk::danger},
         {"sim_runtimes", "Flatpak / Snap ランタイム", {}, Risk::caution},
-        {"snapshots", "ローカルスナップショット (Snapper / Timeshift / Btrfs)", {}, Risk::safe},
+        {"snapshots", "スナップショット (Snapper / Timeshift)", {}, Risk::safe},
         {"explore_lib", "~/.local/share 全体", {"/h/.local/share"}, Risk::caution},
         {"explore_syslib", "/var 全体", {"/s/var"}, Risk::caution},
         {"homebrew", "Homebrew キャッシュ", {"/h/.cache/Homebrew"}, Risk::safe},

@@ -139,8 +139,8 @@ TEST_F(WindowTest, SectionsAndASelectionBoundBothWaysThatNamesTheWindow) {
     QStringList tools;
     for (int r = 0; r < m.rowCount(system); ++r)
         tools << m.index(r, 0, system).data(Qt::DisplayRole).toString();
-    EXPECT_EQ(tools, (QStringList{"Flatpak / Snap ランタイム",
-                                  "ローカルスナップショット (Snapper / Timeshift / Btrfs)"}));
+    EXPECT_EQ(tools,
+              (QStringList{"Flatpak / Snap ランタイム", "スナップショット (Snapper / Timeshift)"}));
     // Rows within a section keep the catalog's order; headings cannot be selected.
     EXPECT_EQ(m.index(1, 0, m.index(1, 0)).data().toString(),
               QStringLiteral("一時ファイル (~/tmp)"));
@@ -158,7 +158,7 @@ TEST_F(WindowTest, SectionsAndASelectionBoundBothWaysThatNamesTheWindow) {
     EXPECT_EQ(sidebar().list()->currentIndex(), rowOf("snapshots"));
     EXPECT_EQ(currentKey(), QStringLiteral("snapshots:snapshots"));
     EXPECT_EQ(app->window().windowTitle(),
-              QStringLiteral("ローカルスナップショット (Snapper / Timeshift / Btrfs) — Kelvane"));
+              QStringLiteral("スナップショット (Snapper / Timeshift) — Kelvane"));
     model().setSelectedID(std::string("no-such-id"));
     EXPECT_EQ(currentKey(), QStringLiteral("overview"));
     EXPECT_EQ(app->window().windowTitle(), QStringLiteral("概要 — Kelvane"));
