@@ -91,6 +91,9 @@ ToolsCard::ToolsCard(ModelBridge& bridge, QWidget* parent)
         row->addLayout(texts, 1);
         for (const ToolButton& tb : tool.buttons) {
             auto* button = new QPushButton(tb.label, this);
+            // A folder's name as a label ("~/.local/share") would touch the
+            // button's edges; give it the room a word label has.
+            button->setMinimumWidth(button->fontMetrics().horizontalAdvance(tb.label) + 28);
             // The button's own label says little ("表示"); the row's title
             // tells a screen reader what it acts on.
             button->setAccessibleDescription(tool.title);
