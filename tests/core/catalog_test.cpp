@@ -119,34 +119,6 @@ TEST(Catalog, GroupsStandTogetherInSidebarOrder) {
     EXPECT_EQ(firstAppearance, Catalog::groupOrder());  // each group appears in one run
 }
 
-TEST(LinuxCatalog, ASecondTableOverAnyHomeAndSystemRootInTheExistingSections) {
-    const auto rows = LinuxCatalog::build("/h", "/sys-root");
-    const auto builtIn = Catalog::build("/h", "/t");
-    ASSERT_EQ(rows.size(), 13u);
-    EXPECT_EQ(rows.front().id, "linux_thumbnails");
-    EXPECT_EQ(rows.back().id, "linux_snap");
-    EXPECT_EQ(row(rows, "linux_flatpak_app_caches").patterns,
-              std::vector<std::string>{"/h/.var/app/*/cache"});
-    EXPECT_EQ(row(rows, "linux_containers").patterns,
-              (std::vector<std::string>{"/sys-root/var/lib/docker", "/h/.local/share/containers"}));
-    const auto& groups = Catalog::groupOrder();
-    std::set<std::string> ids;
-    for (const auto& c : builtIn) ids.insert(c.id);
-    for (const auto& c : rows) {
-        EXPECT_TRUE(ids.insert(c.id).second) << c.id << " is not unique";
-        EXPECT_NE(std::find(groups.begin(), groups.end(), c.group), groups.end()) << c.id;
-        EXPECT_TRUE(c.kind == CategoryKind::folders && c.scanOnLaunch) << c.id;
-        // Quick clean empties without looking: only for what regenerates.
-        EXPECT_TRUE(!c.quickClean || c.risk == Risk::safe) << c.id;
-        for (const auto& p : c.patterns) {
-            EXPECT_TRUE(p.starts_with("/h/") || p.starts_with("/sys-root/")) << c.id << ": " << p;
-        }
-    }
-    // The real table is over the real root.
-    EXPECT_EQ(row(LinuxCatalog::all(), "linux_journal").patterns,
-              std::vector<std::string>{"/var/log/journal"});
-}
-
 TEST(CatalogOnLinux, RowsWithALinuxCounterpartMeasureItAndNameIt) {
     const CatalogOnLinux::Places places{"/h", "/s", "/tmp", "/h/.local/share"};
     const auto rows = CatalogOnLinux::adapt(Catalog::build("/h", "/t"), places);
@@ -190,28 +162,44 @@ TEST(CatalogOnLinux, RowsWithALinuxCounterpartMeasureItAndNameIt) {
     EXPECT_EQ(row(moved, "explore_lib").name, "/data/share 全体");
 }
 
-TEST(CatalogOnLinux, WhatALinuxMachineListsNamesNoForeignPlaceAndMeasuresNoFolderTwice) {
-    const CatalogOnLinux::Places places{"/h", "", "/tmp", "/h/.local/share"};
-    auto rows = CatalogOnLinux::adapt(Catalog::build("/h", "/t"), places);
-    for (CleanCategory& c : LinuxCatalog::build("/h", "")) rows.push_back(std::move(c));
-    std::set<std::string> measured;
+// Everything a Linux machine may list: the built-in rows at their Linux places,
+// then the Linux table, over a home and a system root of the test's own.
+TEST(CatalogOnLinux, WhatALinuxMachineListsIsUniqueInItsSectionsAndNamesNoForeignPlace) {
+    auto rows = CatalogOnLinux::adapt(Catalog::build("/h", "/t"),
+                                      {"/h", "/s", "/s/tmp", "/h/.local/share"});
+    const auto linux = LinuxCatalog::build("/h", "/s");
+    ASSERT_EQ(linux.size(), 13u);
+    rows.insert(rows.end(), linux.begin(), linux.end());
+    EXPECT_EQ(row(rows, "linux_flatpak_app_caches").patterns,
+              std::vector<std::string>{"/h/.var/app/*/cache"});
+    EXPECT_EQ(row(rows, "linux_containers").patterns,
+              (std::vector<std::string>{"/s/var/lib/docker", "/h/.local/share/containers"}));
+    const auto& groups = Catalog::groupOrder();
+    std::set<std::string> ids, measured;
     for (const CleanCategory& c : rows) {
+        EXPECT_TRUE(ids.insert(c.id).second) << c.id << " is not unique";
+        EXPECT_NE(std::find(groups.begin(), groups.end(), c.group), groups.end()) << c.id;
+        // Quick clean empties without looking: only for what regenerates.
+        EXPECT_TRUE(!c.quickClean || c.risk == Risk::safe) << c.id;
         if (CatalogOnLinux::onlyWhenPresent(c)) continue;
+        for (const auto& p : c.patterns) {
+            EXPECT_TRUE(p == "/h" || p.starts_with("/h/") || p.starts_with("/s/"))
+                << c.id << ": " << p;
+            EXPECT_TRUE(measured.insert(p).second) << c.id << " measures again: " << p;
+        }
         for (const char* word : {"Library", "macOS", "Mac ", "Xcode", "iOS", "Time Machine",
                                  "シミュレータ", "Finder", "/private", "/Applications"}) {
-            EXPECT_EQ(c.name.find(word), std::string::npos) << c.id << ": " << word;
-            EXPECT_EQ(c.detail.find(word), std::string::npos) << c.id << ": " << word;
-            for (const auto& p : c.patterns)
-                EXPECT_EQ(p.find(word), std::string::npos) << c.id << ": " << p;
+            EXPECT_EQ((c.name + c.detail).find(word), std::string::npos) << c.id << ": " << word;
         }
-        for (const auto& p : c.patterns)
-            EXPECT_TRUE(measured.insert(p).second) << c.id << ": " << p;
     }
-    // Every row kept for the other platform measures one of its own folders.
+    // Rows kept for the other platform are those that name its folders or tools.
     for (const char* id : {"user_caches", "derived_data", "sim_devices", "cocoapods", "mail",
                            "app_support", "applications", "ios_backups"}) {
         EXPECT_TRUE(CatalogOnLinux::onlyWhenPresent(row(rows, id))) << id;
     }
-    EXPECT_FALSE(CatalogOnLinux::onlyWhenPresent(row(rows, "sim_runtimes")));
-    EXPECT_FALSE(CatalogOnLinux::onlyWhenPresent(row(rows, "dot_cache")));
+    for (const char* id : {"sim_runtimes", "snapshots", "dot_cache", "temp", "explore_syslib"})
+        EXPECT_FALSE(CatalogOnLinux::onlyWhenPresent(row(rows, id))) << id;
+    // The real table is over the real root.
+    EXPECT_EQ(row(LinuxCatalog::all(), "linux_journal").patterns,
+              std::vector<std::string>{"/var/log/journal"});
 }
