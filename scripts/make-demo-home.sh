@@ -14,26 +14,31 @@
 #
 # --big adds one cache folder of 100,000 small files, for benchmarks.
 #
+# --linux leaves out the other platform's folders (everything under Library,
+# CocoaPods, Docker Desktop's disk): the app caches go to ~/.cache, pnpm's
+# store and the Android SDK to their Linux places. The window over such a home
+# is what a Linux user sees.
+#
 # --owner USER (as root) hands the home to USER, except one cache folder that
-# stays root's: USER can read it but deleting it needs the administrator. Run
-# as USER, the app then also finds ~/Library/Safari unreadable and shows its
-# full-disk-access banner (root reads everything, so it never does).
+# stays root's: USER can read it but deleting it needs the administrator.
 #
 # A folder made by this script carries a marker file and is rebuilt from
 # scratch on the next run; any other non-empty folder is refused.
 set -euo pipefail
 
 usage() {
-  echo "usage: $0 [--big] [--owner USER] FOLDER" >&2
+  echo "usage: $0 [--big] [--linux] [--owner USER] FOLDER" >&2
   exit 2
 }
 
 big=0
+linux=0
 folder=""
 owner=""
 while (($#)); do
   case "$1" in
     --big) big=1 ;;
+    --linux) linux=1 ;;
     --owner) [[ $# -ge 2 ]] || usage; owner="$2"; shift ;;
     -h | --help) usage ;;
     -*) usage ;;
@@ -169,8 +174,9 @@ build() {
 MB=$((1000 * 1000))
 KB=1000
 
-# --- Library/Caches: app caches, Homebrew, pip, SwiftPM ---
+# --- Library/Caches (~/.cache with --linux): app caches, Homebrew, pip, SwiftPM ---
 C=Library/Caches
+if ((linux)); then C=.cache; fi
 blob "$C/Homebrew/downloads/3f1a--ffmpeg--7.0.bottle.tar.gz" $((14 * MB)) "20 days"
 blob "$C/Homebrew/downloads/9c2e--llvm--18.1.bottle.tar.gz" $((22 * MB)) "3 days"
 blob "$C/Homebrew/downloads/b7d0--node--22.2.bottle.tar.gz" $((6 * MB)) "400 days"
@@ -200,6 +206,7 @@ links() {
   ln "$home/$C/Homebrew/downloads/b7d0--node--22.2.bottle.tar.gz" "$home/$C/Homebrew/node-latest.tar.gz"
 }
 
+if ((!linux)); then
 # --- Library/Logs ---
 text "Library/Logs/DiagnosticReports/Kelvane-2024-05-01-101010.ips" 400 "30 days"
 text "Library/Logs/DiagnosticReports/Xcode-2023-01-02-090909.ips" 900 "700 days"
@@ -247,6 +254,11 @@ blob "Library/Messages/Attachments/cd/02/動画/動画 0002.mov" $((5 * MB)) "12
 blob "Library/iTunes/iPhone Software Updates/iPhone15,2_17.4_21E219_Restore.ipsw" $((15 * MB)) "150 days"
 blob "Library/pnpm/store/v3/files/00/1a2b3c" $((1 * MB))
 blob "Library/Android/sdk/system-images/android-34/google_apis/arm64-v8a/system.img" $((8 * MB))
+blob ".cocoapods/repos/trunk/Specs/0/0/0/Alamofire/5.9.1/Alamofire.podspec.json" $((20 * KB))
+else
+blob ".local/share/pnpm/store/v3/files/00/1a2b3c" $((1 * MB))
+blob "Android/Sdk/system-images/android-34/google_apis/x86_64/system.img" $((8 * MB))
+fi
 
 # --- package and tool caches in the home folder ---
 many ".npm/_cacache/content-v2/sha512/3f" 80 $((50 * KB))
@@ -261,7 +273,6 @@ blob ".gradle/caches/modules-2/files-2.1/com.squareup.okhttp3/okhttp/4.12.0/okht
 blob ".gradle/caches/8.7/transforms/1a2b/transformed/classes.jar" $((4 * MB)) "80 days"
 blob ".m2/repository/org/apache/commons/commons-lang3/3.14.0/commons-lang3-3.14.0.jar" $((700 * KB))
 blob ".m2/repository/com/google/guava/guava/33.0.0-jre/guava-33.0.0-jre.jar" $((3 * MB)) "450 days"
-blob ".cocoapods/repos/trunk/Specs/0/0/0/Alamofire/5.9.1/Alamofire.podspec.json" $((20 * KB))
 blob ".cargo/registry/cache/index.crates.io-6f17d22bba15001f/serde-1.0.203.crate" $((800 * KB))
 blob ".cargo/registry/src/index.crates.io-6f17d22bba15001f/tokio-1.38.0/src/lib.rs" $((2 * MB))
 blob "go/pkg/mod/cache/download/github.com/example/lib/@v/v1.2.3.zip" $((1 * MB))
@@ -333,10 +344,6 @@ if ((big)); then
   done
 fi
 
-# The place the full-disk-access probe reads; unreadable like a protected
-# folder is to an app without that access.
-mkdir -p "$home/Library/Safari"
-printf 'demo\n' >"$home/Library/Safari/History.db"
 
 if [[ -n "$owner" ]]; then
   chown -R "$owner:" "$home"
@@ -344,5 +351,5 @@ if [[ -n "$owner" ]]; then
 fi
 
 # Last, so nothing above needs to enter them.
-chmod 000 "$home/$C/com.example.locked" "$home/Library/Safari"
+chmod 000 "$home/$C/com.example.locked"
 echo "demo home ready: $home ($(du -sh --apparent-size "$home" 2>/dev/null | cut -f1) apparent)"

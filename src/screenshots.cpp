@@ -2,8 +2,7 @@
 // (QT_QPA_PLATFORM=offscreen unless a platform was chosen). Run it with HOME
 // pointing at a demo home (scripts/make-demo-home.sh) for realistic figures;
 // over a demo home it also renders the dialogs, and run as the user a demo
-// home made with --owner belongs to, the full-disk-access banner and the
-// administrator's confirmation too.
+// home made with --owner belongs to, the administrator's confirmation too.
 // Usage: kelvane-screenshots OUTPUT_FOLDER [--dark] [--map] [--list-snapshots] [CATEGORY_ID…]
 // --map also renders each named category as a map (ID-map.png);
 // --list-snapshots lists the snapshots through the administrator helper
@@ -26,6 +25,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <set>
+#include <utility>
 
 #include "model/app_model.h"
 #include "model/tasks.h"
@@ -38,6 +38,16 @@
 #include "ui/components/symbol_icons.h"
 
 namespace {
+
+// The category holding the demo home's app caches and their folder: the
+// other platform's ~/Library/Caches where the demo home has it, else ~/.cache
+// (a home made with --linux).
+std::pair<std::string, std::string> demoCaches(const kelvane::AppModel& model) {
+    for (const kelvane::CleanCategory& c : model.categories()) {
+        if (c.id == "user_caches") return {c.id, model.home() + "/Library/Caches"};
+    }
+    return {"dot_cache", model.home() + "/.cache"};
+}
 
 // Lets the event loop run until `done` holds or `limitMs` passes.
 template <typename Predicate>
@@ -112,8 +122,8 @@ bool saveDetailScenes(kelvane::KelvaneApp& app, const QString& out) {
     open(std::nullopt);
     ok = save(window, out + "/detail-top-level.png") && ok;
 
-    const std::string caches = model.home() + "/Library/Caches";
-    model.setSelectedID("user_caches");
+    const auto [cachesID, caches] = demoCaches(model);
+    model.setSelectedID(cachesID);
     settle();
     open(caches);
     std::set<std::string> chosen;
@@ -152,8 +162,9 @@ bool saveDialogScenes(kelvane::KelvaneApp& app, const QString& out) {
         runUntil([&] { return alert(app) != nullptr && !model.busyMessage(); }, 20000);
     };
     bool ok = true;
-    const std::string legacy = model.home() + "/Library/Caches/com.example.legacy";
-    model.setSelectedID("user_caches");
+    const auto [cachesID, caches] = demoCaches(model);
+    const std::string legacy = caches + "/com.example.legacy";
+    model.setSelectedID(cachesID);
     model.setBrowserPath(legacy);
     model.loadEntries();
     // One item that is there and one that went away since it was listed.
@@ -166,7 +177,7 @@ bool saveDialogScenes(kelvane::KelvaneApp& app, const QString& out) {
         press(app, QMessageBox::AcceptRole);
     }
 
-    const std::string shared = model.home() + "/Library/Caches/com.example.system-owned";
+    const std::string shared = caches + "/com.example.system-owned";
     if (std::filesystem::exists(shared) && ::access(shared.c_str(), W_OK) != 0) {
         model.confirmDelete({shared + "/shared.db"}, true);
         runUntil([&] { return alert(app) != nullptr; }, 2000);
@@ -244,16 +255,16 @@ int main(int argc, char** argv) {
     if (dark) useDarkPalette();
     // Besides the usual screens: several roots of one name ("Caches" of
     // each container) and a category with nothing on this machine.
-    if (ids.isEmpty())
-        ids << "user_caches"
-            << "derived_data"
-            << "trash"
-            << "snapshots"
-            << "sim_runtimes"
-            << "container_caches"
-            << "system_caches";
-
     kelvane::KelvaneApp app;
+    if (ids.isEmpty()) {
+        // The rows this home lists: the other platform's only where the demo has them.
+        for (const char* id : {"user_caches", "dot_cache", "derived_data", "trash", "snapshots",
+                               "sim_runtimes", "container_caches", "system_caches"}) {
+            for (const kelvane::CleanCategory& c : app.model().categories()) {
+                if (c.id == id) ids << QString::fromLatin1(id);
+            }
+        }
+    }
     kelvane::MainWindow& window = app.window();
     window.resize(1180, 760);
     window.show();

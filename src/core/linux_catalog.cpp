@@ -9,7 +9,7 @@ namespace {
 CleanCategory row(const char* id, const char* group, const char* name, const char* icon,
                   const char* detail, Risk risk, std::vector<std::string> patterns,
                   bool quickClean) {
-    return {id,   group, name, icon, detail, risk, CategoryKind::folders, std::move(patterns),
+    return {id,   group,     name, icon, detail, risk, CategoryKind::folders, std::move(patterns),
             true, quickClean};
 }
 
@@ -51,10 +51,6 @@ std::vector<CleanCategory> LinuxCatalog::build(const std::string& home,
             "再起動しても消えない一時ファイル。実行中のアプリやサービスが使っている場合があるの"
             "で、古いものだけを個別に削除してください。",
             Risk::danger, {s + "/var/tmp"}, false),
-        row("linux_logs", "ログ", "システムログ (/var/log)", "doc.text.magnifyingglass",
-            "システムとサービスのログ。サービスのログフォルダを丸ごと消すと動かなくなるサービス"
-            "があるため、古いログファイル (.gz や .1 など) を個別に削除してください。",
-            Risk::danger, {s + "/var/log"}, false),
         row("linux_journal", "ログ", "systemd ジャーナル", "doc.text",
             "systemd が記録するログ。「journalctl --vacuum-time=2weeks」で古いものから減らすの"
             "が安全です。削除には管理者パスワードが必要です。",

@@ -92,7 +92,6 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     // re-read with `disk`, and announced as a change of `disk`.
     const std::optional<HomeVolume>& homeVolume() const { return homeVolume_; }
     const std::vector<LogEntry>& log() const { return log_; }
-    bool fullDiskAccessDenied() const { return fullDiskAccessDenied_; }
     const std::optional<std::string>& browserPath() const { return browserPath_; }
     const std::vector<Entry>& entries() const { return entries_; }
     bool entriesLoading() const { return entriesLoading_; }
@@ -127,8 +126,6 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
 
     // --- state and launch ---
     void startInitialScan();
-    void checkFullDiskAccess();
-    void openFullDiskAccessSettings();
     void addLog(const std::string& message, bool error);
     CategoryState state(const std::string& id) const;
     std::optional<CleanCategory> selectedCategory() const;
@@ -269,7 +266,6 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     std::optional<DiskInfo> disk_;
     std::optional<HomeVolume> homeVolume_;
     std::vector<LogEntry> log_;
-    bool fullDiskAccessDenied_ = false;
     std::optional<std::string> browserPath_;
     std::vector<Entry> entries_;
     bool entriesLoading_ = false;

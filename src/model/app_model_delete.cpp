@@ -477,9 +477,9 @@ void AppModel::afterDelete(const DeleteOutcome& outcome, bool permanent, std::ui
     if (!protectedPaths.empty()) {
         const std::string p = count(protectedPaths.size());
         summary += "\n\n" + p +
-                   " 項目は macOS に保護されているためスキップしました (Safari, HomeKit, CloudKit "
-                   "などの純正キャッシュ。容量はわずかで、削除できないのが正常です)。";
-        addLog(p + " 項目は macOS 保護のためスキップ", false);
+                   " 項目は変更不可 (immutable) または追記のみ (append-only) の属性が付いているため"
+                   "スキップしました。";
+        addLog(p + " 項目は変更不可・追記のみの属性のためスキップ", false);
     }
     if (!other.empty()) {
         const std::string o = count(other.size());
@@ -565,8 +565,8 @@ void AppModel::afterAdminDelete(const AdminDeleteResult& result, std::size_t off
     addLog("管理者削除で " + count(blocked) + " 項目が保護のため削除不可", true);
     if (blocked > 0) {
         setNotice(count(blocked) +
-                  " 項目は macOS に保護されているため管理者権限でも削除できません "
-                  "(これは正常です)。他の項目は削除しました。");
+                  " 項目は変更不可 (immutable) または追記のみ (append-only) の属性が付いているため"
+                  "管理者権限でも削除できません (これは正常です)。他の項目は削除しました。");
         return;
     }
     std::vector<std::string> lines;

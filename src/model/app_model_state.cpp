@@ -1,11 +1,11 @@
-// AppModel: construction, observation, the plain fields, launch, the
-// full-disk-access probe and the activity log.
+// AppModel: construction, observation, the plain fields, launch and the
+// activity log.
 #include <algorithm>
 
 #include "core/catalog.h"
-#include "core/linux_catalog.h"
+#include "core/catalog_on_linux.h"
 #include "model/app_model.h"
-#include "model/file_probe.h"
+#include "model/shown_categories.h"
 #include "scan/disk_capacity.h"
 
 namespace kelvane {
@@ -17,10 +17,10 @@ constexpr std::chrono::milliseconds kInitialSelectionDelay{1500};
 }  // namespace
 
 ModelEnvironment ModelEnvironment::real() {
-    // The built-in rows first, then the places that fill a Linux disk; the
-    // folders the user adds come after both.
-    std::vector<CleanCategory> categories = Catalog::all();
-    for (CleanCategory& row : LinuxCatalog::all()) categories.push_back(std::move(row));
+    // The built-in rows first (at their Linux places; the other platform's
+    // only where their folders exist), then the places that fill a Linux
+    // disk; the folders the user adds come after both.
+    std::vector<CleanCategory> categories = ShownCategories::onThisMachine(CatalogOnLinux::all());
     return ModelEnvironment{Catalog::home(), Catalog::trashFiles(), std::move(categories),
                             &DiskCapacity::current,
                             [] { return DiskCapacity::homeVolume(Catalog::home()); }};
@@ -58,7 +58,6 @@ AppModel::~AppModel() {
 void AppModel::finishConstruction() {
     disk_ = env_.readDisk();
     if (env_.readHomeVolume) homeVolume_ = env_.readHomeVolume();
-    checkFullDiskAccess();
     const std::optional<std::string> initial = services_->initialSelection();
     if (initial && !initial->empty()) {
         main_->postDelayed(kInitialSelectionDelay, [weak = weak_from_this(), id = *initial] {
@@ -150,21 +149,6 @@ void AppModel::startInitialScan() {
     for (const CleanCategory& category : categories) {
         if (category.scanOnLaunch && category.kind == CategoryKind::folders) scan(category);
     }
-}
-
-void AppModel::checkFullDiskAccess() {
-    // On Linux nothing guards this folder, so it normally does not exist and
-    // the flag stays false; the probe still answers truthfully where it does.
-    const std::string probe = env_.home + "/Library/Safari";
-    if (!FileProbe::isFolder(probe)) return;
-    const bool denied = !FileProbe::canList(probe);
-    if (denied == fullDiskAccessDenied_) return;
-    fullDiskAccessDenied_ = denied;
-    notify(ModelField::fullDiskAccessDenied);
-}
-
-void AppModel::openFullDiskAccessSettings() {
-    services_->openFullDiskAccessSettings();
 }
 
 void AppModel::addLog(const std::string& message, bool error) {

@@ -13,7 +13,6 @@ enum class ModelField {
     selectedID,
     disk,
     log,
-    fullDiskAccessDenied,
     browserPath,
     entries,
     entriesLoading,

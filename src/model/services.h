@@ -24,8 +24,6 @@ class Services {
     virtual std::optional<std::string> chooseFolder() = 0;
     // Shows `paths` selected in the file manager.
     virtual void reveal(const std::vector<std::string>& paths) = 0;
-    // Opens the system's privacy settings where the platform has them.
-    virtual void openFullDiskAccessSettings() = 0;
     // The stored "initialSelection" default, when there is one.
     virtual std::optional<std::string> initialSelection() = 0;
 
@@ -48,7 +46,6 @@ class SystemServices : public Services {
   public:
     std::optional<std::string> chooseFolder() override { return std::nullopt; }
     void reveal(const std::vector<std::string>&) override {}
-    void openFullDiskAccessSettings() override {}
     std::optional<std::string> initialSelection() override { return std::nullopt; }
 
     SnapshotTools::Listing listSnapshots() override;

@@ -16,7 +16,8 @@ std::optional<DiskInfo> capacityOf(const std::string& path) {
     const auto unit = static_cast<std::int64_t>(volume.f_frsize);
     const auto total = static_cast<std::int64_t>(volume.f_blocks) * unit;
     const auto available = static_cast<std::int64_t>(volume.f_bavail) * unit;
-    return DiskInfo{total, available, available};
+    const auto free = static_cast<std::int64_t>(volume.f_bfree) * unit;
+    return DiskInfo{total, available, available, free - available};
 }
 
 }  // namespace
@@ -26,7 +27,8 @@ std::optional<DiskInfo> current() {
 }
 
 std::optional<HomeVolume> homeVolume(const std::string& home) {
-    struct stat root {}, at {};
+    struct stat root {
+    }, at{};
     if (home.empty() || ::stat("/", &root) != 0 || ::stat(home.c_str(), &at) != 0 ||
         at.st_dev == root.st_dev) {
         return std::nullopt;

@@ -13,8 +13,9 @@ namespace kelvane {
 namespace DiskCapacity {
 
 // Total and available bytes from statvfs("/"), read afresh on every call. Linux has no separate
-// figure for "important" usage, so availableForImportant equals available. Absent when the
-// volume cannot be queried.
+// figure for "important" usage, so availableForImportant equals available; reservedForRoot is
+// the free space only root may use (f_bfree - f_bavail). Absent when the volume cannot be
+// queried.
 std::optional<DiskInfo> current();
 
 // The volume of `home` with its capacity, read afresh, when it is another

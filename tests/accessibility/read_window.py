@@ -1,7 +1,9 @@
 #!/usr/bin/python3
 """Reads the running Kelvane window the way a screen reader does (AT-SPI),
 presses its "すべて再スキャン" button, then opens a category as a map and reads
-its tiles.
+its tiles. Over a Linux home, in Japanese, nothing it reads (names and
+descriptions, on the overview and with a category open) may name a facility
+of the other platform the design came from.
 
 Usage: read_window.py KELVANE_BINARY HOME_FOLDER
 Run inside a D-Bus session and an X server (see run_check.sh).
@@ -18,6 +20,10 @@ gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi  # noqa: E402
 
 TIMEOUT = 30
+
+# Words that name the other platform's places, tools and settings.
+FOREIGN = ("macOS", "Mac ", "Finder", "Time Machine", "Xcode", "iOS", "simctl", "Library",
+           "シミュレータ", "パージ可能", "フルディスクアクセス", "Safari")
 
 
 def fail(message):
@@ -57,6 +63,26 @@ def everything(app):
     return nodes
 
 
+def texts(app):
+    """Every name and description the window gives a screen reader."""
+    read = []
+    for node in walk(app):
+        try:
+            read.append(node.get_name() or "")
+            read.append(node.get_description() or "")
+        except Exception:
+            pass
+    return [t for t in read if t]
+
+
+def check_no_foreign_words(app, where):
+    read = texts(app)
+    found = sorted({"%s: %r" % (word, t) for t in read for word in FOREIGN if word in t})
+    if found:
+        fail("%s names the other platform: %s" % (where, found[:10]))
+    print("%s: %d texts read, none names the other platform" % (where, len(read)))
+
+
 def application_names():
     desktop = Atspi.get_desktop(0)
     return [desktop.get_child_at_index(i).get_name() for i in range(desktop.get_child_count())]
@@ -75,7 +101,8 @@ def wait_for(predicate, what):
 def main():
     binary, home = sys.argv[1], sys.argv[2]
     env = dict(os.environ, HOME=home, QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", QT_QPA_PLATFORM="xcb",
-               XDG_DATA_HOME=os.path.join(home, ".local/share"))
+               XDG_DATA_HOME=os.path.join(home, ".local/share"), LANG="ja_JP.UTF-8",
+               LC_ALL="ja_JP.UTF-8")
     app_process = subprocess.Popen([binary], env=env)
     try:
         app = wait_for(lambda: find_app("kelvane"),
@@ -89,16 +116,26 @@ def main():
         # The launch scan must finish: every sized row then reads "name, size".
         def scanned_rows():
             rows = sidebar_rows()
-            sized = [r for r in rows if r.startswith("ユーザーキャッシュ, ") and not r.endswith("…")]
+            sized = [r for r in rows if r.startswith("~/.cache, ") and not r.endswith("…")]
             return rows if sized else None
 
         rows = wait_for(scanned_rows, "the sidebar rows with their sizes")
         print("sidebar rows read:", len(rows))
-        for expected in ("概要", "ゴミ箱", "システムキャッシュ, なし"):
-            if not any(r == expected or r.startswith(expected + ",") or r == expected for r in rows):
+        for expected in ("概要", "ゴミ箱", "一時ファイル (/tmp)", "Flatpak / Snap ランタイム",
+                         "スナップショット (Snapper / Timeshift)"):
+            if not any(r == expected or r.startswith(expected + ",") for r in rows):
                 fail("sidebar row %r not readable; rows: %s" % (expected, rows[:12]))
-        if not any(r.startswith("ユーザーキャッシュ, ") and ("B" in r or "バイト" in r) for r in rows):
-            fail("the user caches row does not read its size: %s" % rows[:8])
+        if not any(r.startswith("~/.cache, ") and ("B" in r or "バイト" in r) for r in rows):
+            fail("the ~/.cache row does not read its size: %s" % rows[:8])
+        # The other platform's rows stay out where their folders are absent.
+        for absent in ("ユーザーキャッシュ", "DerivedData", "メール"):
+            if any(r == absent or r.startswith(absent + ",") for r in rows):
+                fail("sidebar lists %r over a Linux home" % absent)
+        overview = [name for _, name, _ in everything(app)]
+        for expected in ("root 用の予約領域", "~/.local/share", "/var"):
+            if expected not in overview:
+                fail("overview text %r not readable" % expected)
+        check_no_foreign_words(app, "the overview")
 
         buttons = {name: node for role, name, node in everything(app)
                    if role in ("push button", "tool bar button", "button") and name}
@@ -126,14 +163,21 @@ def main():
     finally:
         stop(app_process)
 
-    # Once more, opening on the user caches, whose map reads each tile's name and size.
+    # Once more, opening on ~/.cache, whose map reads each tile's name and size.
     config = os.path.join(home, ".config", "Kelvane")
     os.makedirs(config, exist_ok=True)
     with open(os.path.join(config, "Kelvane.conf"), "w") as f:
-        f.write("[General]\ninitialSelection=user_caches\n")
+        f.write("[General]\ninitialSelection=dot_cache\n")
     app_process = subprocess.Popen([binary], env=env)
     try:
         app = wait_for(lambda: find_app("kelvane"), "the application again")
+        # The list's rows read "name, date, size" once the listing is in.
+        wait_for(lambda: any(role == "list item" and name.startswith("Homebrew, ")
+                             for role, name, _ in everything(app)), "the category's listing")
+        names = [name for _, name, _ in everything(app)]
+        if "ファイルマネージャで表示" not in names:
+            fail("the toolbar's ファイルマネージャで表示 is not readable")
+        check_no_foreign_words(app, "the category ~/.cache")
         switch = wait_for(lambda: [n for _, name, n in everything(app) if name == "マップ"],
                           "the マップ switch")[0]
         action = switch.get_action_iface() if hasattr(switch, "get_action_iface") else switch

@@ -8,10 +8,11 @@ binary=$(readlink -f "$1")
 home=$(mktemp -d /tmp/kelvane-a11y-XXXXXX)
 trap 'chmod -R u+rwx "$home" 2>/dev/null; rm -rf "$home"' EXIT
 if [ -x "$here/../../scripts/make-demo-home.sh" ]; then
-  "$here/../../scripts/make-demo-home.sh" "$home" >/dev/null
+  # A Linux home: none of the other platform's folders, so none of its rows.
+  "$here/../../scripts/make-demo-home.sh" --linux "$home" >/dev/null
 else
-  mkdir -p "$home/Library/Caches/app" "$home/.local/share/Trash/files"
-  head -c 300000 /dev/urandom >"$home/Library/Caches/app/blob"
+  mkdir -p "$home/.cache/Homebrew" "$home/.local/share/Trash/files"
+  head -c 3000000 /dev/urandom >"$home/.cache/Homebrew/blob"
 fi
 export NO_AT_BRIDGE=0
 exec dbus-run-session -- xvfb-run -a -s "-screen 0 1280x800x24" \

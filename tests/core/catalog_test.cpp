@@ -4,6 +4,7 @@
 #include <set>
 
 #include "core/catalog.h"
+#include "core/catalog_on_linux.h"
 #include "core/home_trash.h"
 #include "core/linux_catalog.h"
 
@@ -118,30 +119,87 @@ TEST(Catalog, GroupsStandTogetherInSidebarOrder) {
     EXPECT_EQ(firstAppearance, Catalog::groupOrder());  // each group appears in one run
 }
 
-TEST(LinuxCatalog, ASecondTableOverAnyHomeAndSystemRootInTheExistingSections) {
-    const auto rows = LinuxCatalog::build("/h", "/sys-root");
-    const auto builtIn = Catalog::build("/h", "/t");
-    ASSERT_EQ(rows.size(), 14u);
-    EXPECT_EQ(rows.front().id, "linux_thumbnails");
-    EXPECT_EQ(rows.back().id, "linux_snap");
+TEST(CatalogOnLinux, RowsWithALinuxCounterpartMeasureItAndNameIt) {
+    const CatalogOnLinux::Places places{"/h", "/s", "/tmp", "/h/.local/share"};
+    const auto rows = CatalogOnLinux::adapt(Catalog::build("/h", "/t"), places);
+    ASSERT_EQ(rows.size(), 35u);
+    struct Expected {
+        const char* id;
+        const char* name;
+        std::vector<std::string> patterns;
+        Risk risk;
+    };
+    const std::vector<Expected> table{
+        {"system_caches", "システムキャッシュ (/var/cache)", {"/s/var/cache"}, Risk::danger},
+        {"temp", "一時ファイル (/tmp)", {"/tmp"}, Risk::danger},
+        {"system_logs", "システムログ (/var/log)", {"/s/var/log"}, Risk::danger},
+        {"sim_runtimes", "Flatpak / Snap ランタイム", {}, Risk::caution},
+        {"snapshots", "スナップショット (Snapper / Timeshift)", {}, Risk::safe},
+        {"explore_lib", "~/.local/share 全体", {"/h/.local/share"}, Risk::caution},
+        {"explore_syslib", "/var 全体", {"/s/var"}, Risk::caution},
+        {"homebrew", "Homebrew キャッシュ", {"/h/.cache/Homebrew"}, Risk::safe},
+        {"node_caches",
+         "Node.js パッケージキャッシュ",
+         {"/h/.npm/_cacache", "/h/.yarn/cache", "/h/.local/share/pnpm/store",
+          "/h/.bun/install/cache"},
+         Risk::safe},
+        {"android", "Android SDK / AVD", {"/h/.android/avd", "/h/Android/Sdk"}, Risk::caution},
+        {"dot_cache", "~/.cache", {"/h/.cache"}, Risk::caution},
+    };
+    for (const Expected& e : table) {
+        const CleanCategory& c = row(rows, e.id);
+        EXPECT_EQ(c.name, e.name) << e.id;
+        EXPECT_EQ(c.patterns, e.patterns) << e.id;
+        EXPECT_EQ(c.risk, e.risk) << e.id;
+    }
+    // The tool rows keep their kinds and sit in the system section.
+    EXPECT_EQ(row(rows, "sim_runtimes").kind, CategoryKind::runtimes);
+    EXPECT_EQ(row(rows, "sim_runtimes").group, "システム");
+    // A temporary folder elsewhere is named by where it is.
+    const auto moved =
+        CatalogOnLinux::adapt(Catalog::build("/h", "/t"), {"/h", "", "/h/tmp", "/data/share"});
+    EXPECT_EQ(row(moved, "temp").name, "一時ファイル (~/tmp)");
+    EXPECT_EQ(row(moved, "explore_lib").name, "/data/share 全体");
+}
+
+// Everything a Linux machine may list: the built-in rows at their Linux places,
+// then the Linux table, over a home and a system root of the test's own.
+TEST(CatalogOnLinux, WhatALinuxMachineListsIsUniqueInItsSectionsAndNamesNoForeignPlace) {
+    auto rows = CatalogOnLinux::adapt(Catalog::build("/h", "/t"),
+                                      {"/h", "/s", "/s/tmp", "/h/.local/share"});
+    const auto linux = LinuxCatalog::build("/h", "/s");
+    ASSERT_EQ(linux.size(), 13u);
+    rows.insert(rows.end(), linux.begin(), linux.end());
     EXPECT_EQ(row(rows, "linux_flatpak_app_caches").patterns,
               std::vector<std::string>{"/h/.var/app/*/cache"});
     EXPECT_EQ(row(rows, "linux_containers").patterns,
-              (std::vector<std::string>{"/sys-root/var/lib/docker", "/h/.local/share/containers"}));
+              (std::vector<std::string>{"/s/var/lib/docker", "/h/.local/share/containers"}));
     const auto& groups = Catalog::groupOrder();
-    std::set<std::string> ids;
-    for (const auto& c : builtIn) ids.insert(c.id);
-    for (const auto& c : rows) {
+    std::set<std::string> ids, measured;
+    for (const CleanCategory& c : rows) {
         EXPECT_TRUE(ids.insert(c.id).second) << c.id << " is not unique";
         EXPECT_NE(std::find(groups.begin(), groups.end(), c.group), groups.end()) << c.id;
-        EXPECT_TRUE(c.kind == CategoryKind::folders && c.scanOnLaunch) << c.id;
         // Quick clean empties without looking: only for what regenerates.
         EXPECT_TRUE(!c.quickClean || c.risk == Risk::safe) << c.id;
+        if (CatalogOnLinux::onlyWhenPresent(c)) continue;
         for (const auto& p : c.patterns) {
-            EXPECT_TRUE(p.starts_with("/h/") || p.starts_with("/sys-root/")) << c.id << ": " << p;
+            EXPECT_TRUE(p == "/h" || p.starts_with("/h/") || p.starts_with("/s/"))
+                << c.id << ": " << p;
+            EXPECT_TRUE(measured.insert(p).second) << c.id << " measures again: " << p;
+        }
+        for (const char* word : {"Library", "macOS", "Mac ", "Xcode", "iOS", "Time Machine",
+                                 "シミュレータ", "Finder", "/private", "/Applications"}) {
+            EXPECT_EQ((c.name + c.detail).find(word), std::string::npos) << c.id << ": " << word;
         }
     }
+    // Rows kept for the other platform are those that name its folders or tools.
+    for (const char* id : {"user_caches", "derived_data", "sim_devices", "cocoapods", "mail",
+                           "app_support", "applications", "ios_backups"}) {
+        EXPECT_TRUE(CatalogOnLinux::onlyWhenPresent(row(rows, id))) << id;
+    }
+    for (const char* id : {"sim_runtimes", "snapshots", "dot_cache", "temp", "explore_syslib"})
+        EXPECT_FALSE(CatalogOnLinux::onlyWhenPresent(row(rows, id))) << id;
     // The real table is over the real root.
-    EXPECT_EQ(row(LinuxCatalog::all(), "linux_logs").patterns,
-              std::vector<std::string>{"/var/log"});
+    EXPECT_EQ(row(LinuxCatalog::all(), "linux_journal").patterns,
+              std::vector<std::string>{"/var/log/journal"});
 }

@@ -243,12 +243,12 @@ TEST_F(DeleteTest, ProtectedAndFailedItemsAreReportedAndPartlyDeletedFoldersReme
     const std::string gone = ": " + FileError::fromErrno(ENOENT).description;
     EXPECT_EQ(model->notice(),
               "1 項目を削除し、約 " + Fmt::bytes(ok) +
-                  " を解放しました。\n\n2 項目は macOS に保護されているためスキップしました "
-                  "(Safari, HomeKit, CloudKit などの純正キャッシュ。容量はわずかで、削除できないの"
-                  "が正常です)。\n\n4 項目は削除できませんでした (使用中の可能性)。\n・gone1" +
+                  " を解放しました。\n\n2 項目は変更不可 (immutable) または追記のみ (append-only) "
+                  "の属性が付いているためスキップしました。\n\n4 項目は削除できませんでした "
+                  "(使用中の可能性)。\n・gone1" +
                   gone + "\n・gone2" + gone + "\n・gone3" + gone);
     ASSERT_EQ(model->log().size(), 3u);
-    EXPECT_EQ(model->log()[1].message, "2 項目は macOS 保護のためスキップ");
+    EXPECT_EQ(model->log()[1].message, "2 項目は変更不可・追記のみの属性のためスキップ");
     EXPECT_EQ(model->log()[2].message, "4 項目の削除に失敗");
     EXPECT_TRUE(model->log()[2].isError && !model->log()[1].isError);
     EXPECT_FALSE(model->pendingAction());
@@ -295,7 +295,7 @@ TEST_F(DeleteTest, DeniedItemsGoToTheAdministratorWhoseRunEndsInEachWay) {
     EXPECT_FALSE(model->store().size(denied[0]));  // the link failed as a link
     EXPECT_EQ(model->store().size(path("c")), c - allocated(trashFiles() + "/plain"));
     ASSERT_EQ(model->log().size(), 3u);
-    EXPECT_EQ(model->log()[1].message, "1 項目は macOS 保護のためスキップ");
+    EXPECT_EQ(model->log()[1].message, "1 項目は変更不可・追記のみの属性のためスキップ");
     EXPECT_EQ(model->notice(), std::nullopt);
     ASSERT_TRUE(model->pendingAction());
     EXPECT_EQ(model->pendingAction()->message,
@@ -330,8 +330,8 @@ TEST_F(DeleteTest, DeniedItemsGoToTheAdministratorWhoseRunEndsInEachWay) {
          false},
         {{1, "", ""},
          "dii",
-         "2 項目は macOS に保護されているため管理者権限でも削除できません (これは正常です)。"
-         "他の項目は削除しました。",
+         "2 項目は変更不可 (immutable) または追記のみ (append-only) の属性が付いているため管理"
+         "者権限でも削除できません (これは正常です)。他の項目は削除しました。",
          "管理者削除で 2 項目が保護のため削除不可",
          true},
         {{1, "", english + "\n" + accents + "\n" + flags + "\n\t "},

@@ -48,7 +48,6 @@ class FakeServices : public Services {
 
     std::optional<std::string> chooseFolder() override { return folderToChoose; }
     void reveal(const std::vector<std::string>& paths) override { revealed.push_back(paths); }
-    void openFullDiskAccessSettings() override {}
     std::optional<std::string> initialSelection() override { return initial; }
     SnapshotTools::Listing listSnapshots() override {
         ++lists;

@@ -6,7 +6,9 @@
 #include <map>
 #include <thread>
 
+#include "core/catalog_on_linux.h"
 #include "core/linux_catalog.h"
+#include "model/shown_categories.h"
 #include "model_fixture.h"
 #include "system/shell.h"
 
@@ -140,31 +142,40 @@ TEST_F(ModelTest, NestedTotalsSurviveADeletionDuringAnEnclosingScan) {
     }
 }
 
-// The launch over the demo home that scripts/make-demo-home.sh builds, with
-// the Linux table over that home and a system root of the test's own: every
-// category is measured to exactly what a walk of its roots finds. Many roots
-// nest (Library/Containers holds every container's caches, ~/.cache the
-// thumbnails) and are walked at the same time, four at most.
+// The launch over the Linux demo home that scripts/make-demo-home.sh --linux
+// builds, with the rows as Linux lists them over that home and a system root
+// of the test's own: the other platform's rows are left out unless their
+// folders are there, and every category is measured to exactly what a walk
+// of its roots finds. Many roots nest (~/.cache holds the thumbnails, /var/log
+// the journal) and are walked at the same time, four at most.
 TEST_F(ModelTest, LaunchOverTheDemoHome) {
     const std::filesystem::path source = std::filesystem::path(__FILE__).parent_path() / "../..";
     const std::string script = (source / "scripts/make-demo-home.sh").string();
     if (::access(script.c_str(), X_OK) != 0) GTEST_SKIP() << "no " << script;
     const std::string demo = path("demo");
     ASSERT_EQ(
-        std::system((Shell::quoted(script) + " " + Shell::quoted(demo) + " >/dev/null").c_str()),
+        std::system(
+            (Shell::quoted(script) + " --linux " + Shell::quoted(demo) + " >/dev/null").c_str()),
         0);
     // A Debian-shaped system root: no Docker, no Snap.
     for (const char* file :
          {"var/log/syslog.2.gz", "var/log/apt/history.log", "var/log/journal/0a1b/system.journal",
           "var/tmp/session.tmp", "var/cache/apt/archives/zsh_5.9-4_amd64.deb",
-          "var/crash/app.crash", "var/lib/flatpak/repo/objects/ab/cd.file"}) {
+          "var/crash/app.crash", "var/lib/flatpak/repo/objects/ab/cd.file", "tmp/.X0-lock"}) {
         makeFile(std::string("sys/") + file, 50'000);
     }
-    auto categories = Catalog::build(demo, path("tmpbase"));
+    auto categories =
+        CatalogOnLinux::adapt(Catalog::build(demo, path("tmpbase")),
+                              {demo, path("sys"), path("sys/tmp"), demo + "/.local/share"});
     for (CleanCategory& row : LinuxCatalog::build(demo, path("sys"))) {
         categories.push_back(std::move(row));
     }
-    makeModel(categories);
+    makeModel(ShownCategories::onThisMachine(categories));
+    // Of the other platform's rows only Homebrew, whose Linux cache is there.
+    std::vector<std::string> foreign;
+    for (const CleanCategory& c : model->categories())
+        if (CatalogOnLinux::onlyWhenPresent(c)) foreign.push_back(c.id);
+    EXPECT_EQ(foreign, std::vector<std::string>{"homebrew"});
     std::size_t mostAtOnce = 0;
     model->subscribe([&](const ModelChange&) {
         mostAtOnce = std::max<std::size_t>(mostAtOnce, model->limiter().active());
@@ -199,7 +210,12 @@ TEST_F(ModelTest, LaunchOverTheDemoHome) {
          {"demo/.var/app/org.gimp.GIMP/cache", "demo/.var/app/org.mozilla.firefox/cache"}},
         {"linux_package_caches", {"sys/var/cache/apt/archives"}},
         {"linux_var_tmp", {"sys/var/tmp"}},
-        {"linux_logs", {"sys/var/log"}},
+        {"system_logs", {"sys/var/log"}},
+        {"system_caches", {"sys/var/cache"}},
+        {"temp", {"sys/tmp"}},
+        {"homebrew", {"demo/.cache/Homebrew"}},
+        {"node_caches", {"demo/.npm/_cacache", "demo/.yarn/cache", "demo/.local/share/pnpm/store"}},
+        {"android", {"demo/.android/avd", "demo/Android/Sdk"}},
         {"linux_journal", {"sys/var/log/journal"}},
         {"linux_crash", {"sys/var/crash"}},
         {"linux_python",
@@ -233,7 +249,7 @@ TEST_F(ModelTest, LaunchOverTheDemoHome) {
 // it, against du: the figures a user compares Kelvane with.
 TEST(LinuxPlaces, TheLaunchScanMeasuresSystemFoldersAsDuDoes) {
     const std::map<std::string, std::string> folders = {
-        {"linux_logs", "/var/log"},
+        {"system_logs", "/var/log"},
         {"linux_package_caches", "/var/cache/apt/archives"},
         {"linux_var_tmp", "/var/tmp"}};
     // Several rounds: a log written between our walk and du's is not a fault.
@@ -241,9 +257,12 @@ TEST(LinuxPlaces, TheLaunchScanMeasuresSystemFoldersAsDuDoes) {
     for (int round = 0; round < 3; ++round) {
         mismatch.clear();
         const auto queue = std::make_shared<ManualMainQueue>();
-        ModelEnvironment env{"/nonexistent-home", "/nonexistent-home/Trash/files",
-                             LinuxCatalog::all(), [] { return std::optional<DiskInfo>(); },
-                             nullptr};
+        const std::string home = "/nonexistent-home";
+        auto rows = CatalogOnLinux::adapt(Catalog::build(home, "/t"),
+                                          {home, "", "/nonexistent-tmp", home + "/.local/share"});
+        for (CleanCategory& row : LinuxCatalog::build(home, "")) rows.push_back(std::move(row));
+        ModelEnvironment env{home, home + "/Trash/files", ShownCategories::onThisMachine(rows),
+                             [] { return std::optional<DiskInfo>(); }, nullptr};
         const auto model = AppModel::create(queue, std::make_shared<SystemServices>(), env);
         model->startInitialScan();
         ASSERT_TRUE(

@@ -25,6 +25,9 @@ TEST(DiskCapacity, FiguresAreThoseOfTheRootVolume) {
     EXPECT_GE(disk->available, std::min(a, b));
     EXPECT_LE(disk->available, std::max(a, b));
     EXPECT_EQ(disk->availableForImportant, disk->available);
+    // The reserve is a fixed number of blocks, whatever others write meanwhile.
+    EXPECT_EQ(disk->reservedForRoot,
+              static_cast<std::int64_t>((before.f_bfree - before.f_bavail) * before.f_frsize));
     EXPECT_GT(disk->total, disk->available);
 }
 
@@ -41,4 +44,5 @@ TEST(DiskCapacity, AHomeOnAnotherVolumeIsMeasuredAtItsMountPoint) {
     EXPECT_EQ(volume->mountPoint, dir / "vol");
     EXPECT_EQ(volume->disk.total, 64 << 20);  // the size the test mount was given
     EXPECT_LE(volume->disk.available, volume->disk.total);
+    EXPECT_EQ(volume->disk.reservedForRoot, 0);  // tmpfs keeps nothing back for root
 }

@@ -167,10 +167,10 @@ TEST_F(CategoryDetailTest, ActingOnItemsByMouseMenuAndKeys) {
         }
         return actionTexts(shown->actions());
     };
-    EXPECT_EQ(menu(path("s/a"), "Finderで表示"),
-              (QStringList{"Finderで表示", "-", "ゴミ箱へ入れる", "完全に削除…"}));
+    EXPECT_EQ(menu(path("s/a"), "ファイルマネージャで表示"),
+              (QStringList{"ファイルマネージャで表示", "-", "ゴミ箱へ入れる", "完全に削除…"}));
     EXPECT_EQ(services->revealed.back(), (std::vector{path("s/b"), path("s/c"), path("s/a")}));
-    menu(path("s/sub"), "Finderで表示");
+    menu(path("s/sub"), "ファイルマネージャで表示");
     EXPECT_EQ(services->revealed.back(), std::vector{path("s/sub")});
 
     // Delete asks to trash, Shift+Delete to delete for good, naming the items
@@ -211,10 +211,14 @@ TEST_F(CategoryDetailTest, LinuxDangerRowsAreNeverEmptiedWhole) {
     for (const char* file :
          {"sys/var/tmp/t", "sys/var/log/syslog.1", "sys/var/log/journal/j", "sys/var/crash/c",
           "sys/var/lib/snapd/snaps/core_1.snap", ".local/share/containers/storage/l",
-          ".local/share/flatpak/app/a", ".cache/thumbnails/normal/t.png"}) {
+          ".local/share/flatpak/app/a", ".cache/thumbnails/normal/t.png", "sys/tmp/.X0-lock",
+          "sys/var/cache/debconf/config.dat"}) {
         makeFile(file, 10'000);
     }
-    const auto rows = LinuxCatalog::build(home, path("sys"));
+    // The system places of the built-in rows too: /tmp, /var/log, /var/cache.
+    auto rows = CatalogOnLinux::adapt(Catalog::build(home, path("t")),
+                                      {home, path("sys"), path("sys/tmp"), path(".local/share")});
+    for (CleanCategory& row : LinuxCatalog::build(home, path("sys"))) rows.push_back(row);
     launch(rows);
     settle();
     int danger = 0;
@@ -224,7 +228,7 @@ TEST_F(CategoryDetailTest, LinuxDangerRowsAreNeverEmptiedWhole) {
         EXPECT_EQ(view(row.id).header().emptyMenuButton()->isEnabled(), row.risk != Risk::danger)
             << row.id;
     }
-    EXPECT_EQ(danger, 5);
+    EXPECT_EQ(danger, 7);
 }
 
 TEST_F(CategoryDetailTest, BrowsingByMouseAndKeysPanelsAndPlaces) {
@@ -304,7 +308,7 @@ TEST_F(CategoryDetailTest, BrowsingByMouseAndKeysPanelsAndPlaces) {
     // A category found nowhere says where it looked, one place a line.
     v = &view("gone");
     ASSERT_EQ(model().state("gone").status, Status::missing);
-    EXPECT_EQ(v->header().roots()->text(), "該当するフォルダはこの Mac には存在しません。");
+    EXPECT_EQ(v->header().roots()->text(), "該当するフォルダはこのコンピュータには存在しません。");
     EXPECT_TRUE(v->header().searched()->isVisibleTo(v));
     EXPECT_EQ(v->header().searched()->text(), "~/x/*/Caches\n/nowhere-kelvane");
 }
@@ -384,7 +388,7 @@ TEST_F(CategoryDetailTest, TheMapSharesSelectionMenuAndNavigationWithTheList) {
     auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
     ASSERT_NE(menu, nullptr);
     EXPECT_EQ(actionTexts(menu->actions()),
-              (QStringList{"Finderで表示", "-", "ゴミ箱へ入れる", "完全に削除…"}));
+              (QStringList{"ファイルマネージャで表示", "-", "ゴミ箱へ入れる", "完全に削除…"}));
     menu->actions()[2]->trigger();
     menu->close();
     ASSERT_TRUE(waitFor([&] { return dialog() != nullptr; }));

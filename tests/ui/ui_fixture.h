@@ -11,6 +11,7 @@
 
 #include "../model/model_fixture.h"
 #include "core/catalog.h"
+#include "core/catalog_on_linux.h"
 #include "core/fmt.h"
 #include "model/tasks.h"
 #include "ui/app/content_view.h"
@@ -60,13 +61,17 @@ class UiTest : public ::testing::Test {
         std::filesystem::remove_all(home, ignored);
     }
 
-    // Builds the app over the home (catalog rows unless given) and shows its window.
+    // Builds the app over the home (unless given, the catalog's rows as Linux
+    // lists them, the system's places below home + "/sys") and shows its window.
     void launch(std::optional<std::vector<CleanCategory>> categories = std::nullopt,
                 bool startScan = true) {
         ModelEnvironment env;
         env.home = home;
         env.trashFiles = home + "/.local/share/Trash/files";
-        env.categories = categories ? *categories : Catalog::build(home, home + "/tmpbase");
+        env.categories = categories ? *categories
+                                    : CatalogOnLinux::adapt(Catalog::build(home, home + "/tmpbase"),
+                                                            {home, home + "/sys", home + "/tmp",
+                                                             home + "/.local/share"});
         env.readDisk = [] {
             return std::optional<DiskInfo>(
                 DiskInfo{500'000'000'000, 120'000'000'000, 120'000'000'000});

@@ -10,6 +10,7 @@
 #include <set>
 
 #include "core/linux_catalog.h"
+#include "model/shown_categories.h"
 #include "support/scoped_env.h"
 #include "ui/app/alert_box.h"
 #include "ui/app/busy_overlay.h"
@@ -122,18 +123,27 @@ TEST_F(WindowTest, RowsFollowTheScanAndARightClickOnlyOpensTheRowsMenu) {
 }
 
 TEST_F(WindowTest, SectionsAndASelectionBoundBothWaysThatNamesTheWindow) {
-    // Without the logs no empty heading shows for them.
-    std::vector<CleanCategory> rows = Catalog::build(home, home + "/t");
-    std::erase_if(rows, [](const CleanCategory& c) { return c.group == "ログ"; });
-    launch(rows, false);
+    // A home without the other platform's folders lists none of its rows, so
+    // the Xcode section is empty and shows no heading; the tool rows stand
+    // under "システム".
+    launch(ShownCategories::onThisMachine(
+               CatalogOnLinux::adapt(Catalog::build(home, home + "/t"),
+                                     {home, home + "/sys", home + "/tmp", home + "/.local/share"})),
+           false);
     const SidebarModel& m = *sidebar().itemModel();
     QStringList top;
     for (int r = 0; r < m.rowCount(); ++r) top << m.index(r, 0).data().toString();
-    EXPECT_EQ(top, (QStringList{"概要", "キャッシュ", "Xcode / シミュレータ", "開発ツール",
+    EXPECT_EQ(top, (QStringList{"概要", "キャッシュ", "ログ", "開発ツール",
                                 "アプリ / ユーザーデータ", "システム", "探索"}));
+    const QModelIndex system = m.index(top.indexOf("システム"), 0);
+    QStringList tools;
+    for (int r = 0; r < m.rowCount(system); ++r)
+        tools << m.index(r, 0, system).data(Qt::DisplayRole).toString();
+    EXPECT_EQ(tools,
+              (QStringList{"Flatpak / Snap ランタイム", "スナップショット (Snapper / Timeshift)"}));
     // Rows within a section keep the catalog's order; headings cannot be selected.
     EXPECT_EQ(m.index(1, 0, m.index(1, 0)).data().toString(),
-              QStringLiteral("サンドボックスアプリのキャッシュ"));
+              QStringLiteral("一時ファイル (~/tmp)"));
     EXPECT_FALSE(m.flags(m.index(1, 0)) & Qt::ItemIsSelectable);
 
     EXPECT_EQ(app->window().windowTitle(), QStringLiteral("概要 — Kelvane"));
@@ -148,7 +158,7 @@ TEST_F(WindowTest, SectionsAndASelectionBoundBothWaysThatNamesTheWindow) {
     EXPECT_EQ(sidebar().list()->currentIndex(), rowOf("snapshots"));
     EXPECT_EQ(currentKey(), QStringLiteral("snapshots:snapshots"));
     EXPECT_EQ(app->window().windowTitle(),
-              QStringLiteral("Time Machine ローカルスナップショット — Kelvane"));
+              QStringLiteral("スナップショット (Snapper / Timeshift) — Kelvane"));
     model().setSelectedID(std::string("no-such-id"));
     EXPECT_EQ(currentKey(), QStringLiteral("overview"));
     EXPECT_EQ(app->window().windowTitle(), QStringLiteral("概要 — Kelvane"));

@@ -29,7 +29,9 @@ ContentView::ContentView(ModelBridge& bridge, QWidget* parent) : QWidget(parent)
     splitter_->setCollapsible(1, false);
     splitter_->setStretchFactor(0, 0);
     splitter_->setStretchFactor(1, 1);
-    splitter_->setSizes({290, 700});
+    // Wide enough for the longest built-in names ("スナップショット (Snapper /
+    // Timeshift)", "パッケージマネージャのキャッシュ") beside their sizes.
+    splitter_->setSizes({320, 700});
     layout->addWidget(splitter_);
 
     overlay_ = new BusyOverlay(this);

@@ -91,10 +91,6 @@ void DesktopServices::reveal(const std::vector<std::string>& paths) {
     QDesktopServices::openUrl(fileUrl(PathText::parent(paths.front())));
 }
 
-void DesktopServices::openFullDiskAccessSettings() {
-    // Linux has no such permission list; nothing to open.
-}
-
 std::optional<std::string> DesktopServices::initialSelection() {
     const QSettings settings(QStringLiteral("Kelvane"), QStringLiteral("Kelvane"));
     const QVariant value = settings.value(QStringLiteral("initialSelection"));

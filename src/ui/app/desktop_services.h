@@ -17,7 +17,6 @@ class DesktopServices : public SystemServices {
 
     std::optional<std::string> chooseFolder() override;
     void reveal(const std::vector<std::string>& paths) override;
-    void openFullDiskAccessSettings() override;
     std::optional<std::string> initialSelection() override;
 
   private:

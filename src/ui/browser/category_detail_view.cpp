@@ -79,7 +79,8 @@ CategoryDetailView::CategoryDetailView(ModelBridge& bridge, CleanCategory catego
             model.scan(category_);
         }
     });
-    revealAction_ = new QAction(SymbolIcons::icon("folder"), QStringLiteral("Finderで表示"), this);
+    revealAction_ =
+        new QAction(SymbolIcons::icon("folder"), QStringLiteral("ファイルマネージャで表示"), this);
     connect(revealAction_, &QAction::triggered, this, [this] {
         std::vector<std::string> paths;
         for (const Entry& entry : bridge_.model().selectedEntries()) paths.push_back(entry.path);

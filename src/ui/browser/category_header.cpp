@@ -3,13 +3,12 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMenu>
-#include <QPushButton>
 #include <QToolButton>
 #include <QVBoxLayout>
 
 #include "core/path_text.h"
-#include "ui/components/display_text.h"
 #include "ui/app/model_bridge.h"
+#include "ui/components/display_text.h"
 #include "ui/components/palette_roles.h"
 #include "ui/components/risk_badge.h"
 #include "ui/components/size_figure.h"
@@ -109,12 +108,6 @@ CategoryHeader::CategoryHeader(ModelBridge& bridge, CleanCategory category, QWid
     unreadableText_ = StyledLabel::secondary({}, Typography::caption(), unreadableRow_);
     unreadableText_->setWordWrap(true);
     unreadable->addWidget(unreadableText_, 1);
-    openSettings_ = new QPushButton(QStringLiteral("設定を開く"), unreadableRow_);
-    openSettings_->setFont(Typography::caption());
-    openSettings_->setAccessibleName(QStringLiteral("設定を開く"));
-    connect(openSettings_, &QPushButton::clicked, this,
-            [this] { bridge_.model().openFullDiskAccessSettings(); });
-    unreadable->addWidget(openSettings_, 0, Qt::AlignVCenter);
     left->addWidget(unreadableRow_);
     left->addStretch(1);
     layout->addLayout(left, 1);
@@ -167,8 +160,8 @@ void CategoryHeader::refresh() {
     using Status = CategoryState::Status;
 
     if (state.status == Status::missing) {
-        StyledLabel::setText(roots_,
-                             QStringLiteral("該当するフォルダはこの Mac には存在しません。"));
+        StyledLabel::setText(
+            roots_, QStringLiteral("該当するフォルダはこのコンピュータには存在しません。"));
         roots_->setFont(Typography::caption());
         StyledLabel::setColor(roots_, PaletteRoles::secondaryText());
         roots_->setMaximumHeight(QWIDGETSIZE_MAX);
@@ -186,7 +179,7 @@ void CategoryHeader::refresh() {
     StyledLabel::setText(unreadableText_,
                          QString::number(state.unreadable) +
                              QStringLiteral(" 箇所が読み取れませんでした (アクセス権)。"
-                                            "フルディスクアクセスを許可すると正確になります。"));
+                                            "正確に測るには管理者権限が必要です。"));
 
     spinner_->setVisible(state.status == Status::scanning);
     figure_->setBytes(state.bytes);

@@ -7,7 +7,6 @@
 #include "core/clean_category.h"
 
 class QLabel;
-class QPushButton;
 class QToolButton;
 
 namespace kelvane {
@@ -32,7 +31,6 @@ class CategoryHeader : public QWidget {
     QLabel* searched() const { return searched_; }
     QWidget* unreadableRow() const { return unreadableRow_; }
     QLabel* unreadableText() const { return unreadableText_; }
-    QPushButton* openSettingsButton() const { return openSettings_; }
     QToolButton* emptyMenuButton() const { return emptyMenu_; }
 
     static QString advice(Risk risk);
@@ -48,7 +46,6 @@ class CategoryHeader : public QWidget {
     QLabel* searched_;
     QWidget* unreadableRow_;
     QLabel* unreadableText_;
-    QPushButton* openSettings_;
     Spinner* spinner_;
     SizeFigure* figure_;
     QLabel* counts_;

@@ -15,8 +15,8 @@ QMenu* entryContextMenu(AppModel& model, const Entry& entry, QWidget* parent) {
         QObject::connect(menu->addAction(QStringLiteral("開く")), &QAction::triggered, menu,
                          [&model, path = entry.path] { BrowserNavigation::open(model, path); });
     }
-    QObject::connect(menu->addAction(QStringLiteral("Finderで表示")), &QAction::triggered, menu,
-                     [&model, targets] { model.reveal(targets); });
+    QObject::connect(menu->addAction(QStringLiteral("ファイルマネージャで表示")),
+                     &QAction::triggered, menu, [&model, targets] { model.reveal(targets); });
     menu->addSeparator();
     QObject::connect(menu->addAction(QStringLiteral("ゴミ箱へ入れる")), &QAction::triggered, menu,
                      [&model, targets] { model.confirmDelete(targets, false); });

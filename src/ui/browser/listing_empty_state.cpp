@@ -7,9 +7,8 @@ namespace kelvane {
 
 void showListingEmptyState(EmptyStatePanel& panel, const AppModel& model) {
     if (const auto& error = model.entriesError()) {
-        panel.setContent(
-            "lock.fill", QString::fromStdString(*error),
-            QStringLiteral("フルディスクアクセスを許可するか、管理者権限が必要なフォルダです。"));
+        panel.setContent("lock.fill", QString::fromStdString(*error),
+                         QStringLiteral("管理者権限が必要なフォルダです。"));
         panel.show();
     } else if (model.entries().empty() && !model.entriesLoading()) {
         panel.setContent("tray", QStringLiteral("空です"),

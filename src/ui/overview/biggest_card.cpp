@@ -1,13 +1,16 @@
 #include "ui/overview/biggest_card.h"
 
+#include <QFontMetrics>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
 #include <algorithm>
 
-#include "ui/overview/biggest_row.h"
 #include "ui/app/model_bridge.h"
 #include "ui/components/palette_roles.h"
 #include "ui/components/styled_label.h"
+#include "ui/components/symbol_icons.h"
+#include "ui/overview/biggest_row.h"
 
 namespace kelvane {
 
@@ -20,6 +23,18 @@ BiggestCard::BiggestCard(ModelBridge& bridge, QWidget* parent)
     content()->setSpacing(0);
     placeholder_ = StyledLabel::secondary(QStringLiteral("スキャン中…"), Typography::body(), this);
     content()->addWidget(placeholder_);
+    unreadableRow_ = new QWidget(this);
+    auto* note = new QHBoxLayout(unreadableRow_);
+    note->setContentsMargins(0, 8, 0, 0);
+    note->setSpacing(6);
+    auto* lock = new QLabel(unreadableRow_);
+    lock->setPixmap(SymbolIcons::tinted("lock.fill", PaletteRoles::orange(),
+                                        QFontMetrics(Typography::caption()).height()));
+    note->addWidget(lock, 0, Qt::AlignTop);
+    unreadableText_ = StyledLabel::secondary({}, Typography::caption(), unreadableRow_);
+    unreadableText_->setWordWrap(true);
+    note->addWidget(unreadableText_, 1);
+    content()->addWidget(unreadableRow_);
     connect(&bridge_, &ModelBridge::changed, this, [this](const ModelChange& change) {
         if (change.field == ModelField::states || change.field == ModelField::categories) refresh();
     });
@@ -63,7 +78,29 @@ bool BiggestCard::stillLooking(const AppModel& model) {
     return !anySettled;
 }
 
+void BiggestCard::refreshUnreadable() {
+    const AppModel& model = bridge_.model();
+    // Per category, as each category's screen counts them; nested categories
+    // (the journal inside /var/log) may count one folder twice, like their sizes.
+    std::int64_t folders = 0;
+    int categories = 0;
+    for (const CleanCategory& category : model.categories()) {
+        if (!ranked(category)) continue;
+        const CategoryState state = model.state(category.id);
+        if (state.status != CategoryState::Status::done || state.unreadable < 1) continue;
+        folders += state.unreadable;
+        ++categories;
+    }
+    unreadableRow_->setVisible(folders > 0);
+    StyledLabel::setText(unreadableText_,
+                         QString::number(categories) + QStringLiteral(" カテゴリの ") +
+                             QString::number(folders) +
+                             QStringLiteral(" 箇所が読み取れませんでした (アクセス権)。"
+                                            "これらのサイズを測るには管理者権限が必要です。"));
+}
+
 void BiggestCard::refresh() {
+    refreshUnreadable();
     const AppModel& model = bridge_.model();
     const std::vector<CleanCategory> list = biggest(model);
 
@@ -80,7 +117,7 @@ void BiggestCard::refresh() {
             auto* row = new BiggestRow(category, this);
             connect(row, &BiggestRow::clicked, this,
                     [this, id = category.id] { bridge_.model().setSelectedID(id); });
-            content()->addWidget(row);
+            content()->insertWidget(content()->indexOf(unreadableRow_), row);
             rows_.append(row);
         }
     }

@@ -4,7 +4,6 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
-#include <algorithm>
 
 #include "core/fmt.h"
 #include "ui/app/model_bridge.h"
@@ -19,7 +18,7 @@ namespace {
 
 const QString kUsed = QStringLiteral("使用中");
 const QString kFree = QStringLiteral("空き");
-const QString kPurgeable = QStringLiteral("パージ可能 (macOS が自動解放)");
+const QString kReserved = QStringLiteral("root 用の予約領域");
 const QString kTotal = QStringLiteral("合計");
 
 // One figure: a caption above its value. Returns the value label.
@@ -54,7 +53,7 @@ DiskCard::DiskCard(ModelBridge& bridge, QWidget* parent)
     row->setSpacing(24);
     used_ = addStat(row, kUsed, body_);
     free_ = addStat(row, kFree, body_);
-    purgeable_ = addStat(row, kPurgeable, body_);
+    reserved_ = addStat(row, kReserved, body_);
     total_ = addStat(row, kTotal, body_);
     row->addStretch(1);
     auto* refreshButton = new QPushButton(QStringLiteral("更新"), body_);
@@ -96,15 +95,14 @@ void DiskCard::refresh() {
     unavailable_->setVisible(!disk);
     body_->setVisible(disk.has_value());
     if (!disk) return;
-    const std::int64_t used = disk->total - disk->available;
-    // Linux reports no figure of its own for purgeable space; a reader that
-    // gives less "important" room than free room must not show a negative.
-    const std::int64_t purgeable =
-        std::max<std::int64_t>(disk->availableForImportant - disk->available, 0);
-    bar_->setUsage(used, disk->total);
+    // Used as df counts it: what files hold. The reserve is neither used nor
+    // free to the user, so it gets a figure of its own and the three add up
+    // to the total.
+    const std::int64_t used = disk->total - disk->available - disk->reservedForRoot;
+    bar_->setUsage(used, disk->reservedForRoot, disk->total);
     StyledLabel::setText(used_, QString::fromStdString(Fmt::bytes(used)));
     StyledLabel::setText(free_, QString::fromStdString(Fmt::bytes(disk->available)));
-    StyledLabel::setText(purgeable_, QString::fromStdString(Fmt::bytes(purgeable)));
+    StyledLabel::setText(reserved_, QString::fromStdString(Fmt::bytes(disk->reservedForRoot)));
     StyledLabel::setText(total_, QString::fromStdString(Fmt::bytes(disk->total)));
 
     const std::optional<HomeVolume>& home = bridge_.model().homeVolume();
@@ -114,9 +112,10 @@ void DiskCard::refresh() {
     StyledLabel::setText(homeTitle_, QStringLiteral("ホーム (") +
                                          DisplayText::fromBytes(home->mountPoint) +
                                          QStringLiteral(")"));
-    homeBar_->setUsage(home->disk.total - home->disk.available, home->disk.total);
-    StyledLabel::setText(
-        homeUsed_, QString::fromStdString(Fmt::bytes(home->disk.total - home->disk.available)));
+    const std::int64_t homeUsed =
+        home->disk.total - home->disk.available - home->disk.reservedForRoot;
+    homeBar_->setUsage(homeUsed, home->disk.reservedForRoot, home->disk.total);
+    StyledLabel::setText(homeUsed_, QString::fromStdString(Fmt::bytes(homeUsed)));
     StyledLabel::setText(homeFree_, QString::fromStdString(Fmt::bytes(home->disk.available)));
     StyledLabel::setText(homeTotal_, QString::fromStdString(Fmt::bytes(home->disk.total)));
 }

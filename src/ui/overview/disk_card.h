@@ -31,7 +31,7 @@ class DiskCard : public Card {
     DiskUsageBar* bar_;
     QLabel* used_;
     QLabel* free_;
-    QLabel* purgeable_;
+    QLabel* reserved_;
     QLabel* total_;
     // The home volume's line and figures, shown only when home has its own.
     QWidget* home_;

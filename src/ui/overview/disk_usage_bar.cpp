@@ -17,12 +17,18 @@ DiskUsageBar::DiskUsageBar(QWidget* parent, int height, QString namePrefix)
     : QWidget(parent), namePrefix_(std::move(namePrefix)) {
     setFixedHeight(height);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    setUsage(0, 0);
+    setUsage(0, 0, 0);
 }
 
-void DiskUsageBar::setUsage(std::int64_t used, std::int64_t total) {
-    fraction_ = static_cast<double>(used) / static_cast<double>(std::max<std::int64_t>(total, 1));
-    setAccessibleName(namePrefix_ + QStringLiteral("使用率 %1%").arg(std::lround(fraction_ * 100)));
+void DiskUsageBar::setUsage(std::int64_t used, std::int64_t reserved, std::int64_t total) {
+    const auto scale = static_cast<double>(std::max<std::int64_t>(total, 1));
+    fraction_ = static_cast<double>(used) / scale;
+    reservedFraction_ = static_cast<double>(reserved) / scale;
+    QString name = namePrefix_ + QStringLiteral("使用率 %1%").arg(std::lround(fraction_ * 100));
+    if (reserved > 0) {
+        name += QStringLiteral("、root 用の予約領域 %1%").arg(std::lround(reservedFraction_ * 100));
+    }
+    setAccessibleName(name);
     update();
 }
 
@@ -36,6 +42,12 @@ void DiskUsageBar::paintEvent(QPaintEvent*) {
     painter.setBrush(PaletteRoles::withOpacity(PaletteRoles::primaryText(), 0.08));
     painter.drawRoundedRect(track, radius, radius);
     const double fill = std::clamp(fraction_, 0.0, 1.0) * track.width();
+    const double withReserve = std::clamp(fraction_ + reservedFraction_, 0.0, 1.0) * track.width();
+    // The reserve first, under the used part: both share one rounded shape.
+    if (withReserve > fill) {
+        painter.setBrush(PaletteRoles::withOpacity(PaletteRoles::accent(), 0.3));
+        painter.drawRoundedRect(QRectF(0, 0, withReserve, track.height()), radius, radius);
+    }
     if (fill <= 0) return;
     painter.setBrush(PaletteRoles::withOpacity(PaletteRoles::accent(), 0.85));
     painter.drawRoundedRect(QRectF(0, 0, fill, track.height()), radius, radius);

@@ -4,11 +4,10 @@
 #include <QScrollArea>
 #include <QVBoxLayout>
 
+#include "ui/app/model_bridge.h"
 #include "ui/overview/biggest_card.h"
 #include "ui/overview/disk_card.h"
-#include "ui/overview/full_disk_access_banner.h"
 #include "ui/overview/log_card.h"
-#include "ui/app/model_bridge.h"
 #include "ui/overview/quick_clean_card.h"
 #include "ui/overview/tools_card.h"
 
@@ -45,8 +44,6 @@ OverviewView::OverviewView(ModelBridge& bridge, QWidget* parent) : Screen(bridge
     stack->setSpacing(16);
     disk_ = new DiskCard(bridge_, column);
     stack->addWidget(disk_);
-    banner_ = new FullDiskAccessBanner(bridge_, column);
-    stack->addWidget(banner_);
 
     auto* middle = new QHBoxLayout;
     middle->setSpacing(16);
@@ -65,12 +62,6 @@ OverviewView::OverviewView(ModelBridge& bridge, QWidget* parent) : Screen(bridge
     log_ = new LogCard(bridge_, column);
     stack->addWidget(log_);
     stack->addStretch(1);
-
-    banner_->setVisible(bridge_.model().fullDiskAccessDenied());
-    connect(&bridge_, &ModelBridge::changed, this, [this](const ModelChange& change) {
-        if (change.field == ModelField::fullDiskAccessDenied)
-            banner_->setVisible(bridge_.model().fullDiskAccessDenied());
-    });
 }
 
 void OverviewView::showEvent(QShowEvent* event) {

@@ -6,21 +6,18 @@ namespace kelvane {
 
 class BiggestCard;
 class DiskCard;
-class FullDiskAccessBanner;
 class LogCard;
 class QuickCleanCard;
 class ToolsCard;
 
-// The home screen: disk usage, the full-disk-access warning, the quick clean,
-// shortcuts to the other cleanups, the largest categories and the activity
-// log, in one scrolling column.
+// The home screen: disk usage, the quick clean, shortcuts to the other cleanups, the largest
+// categories and the activity log, in one scrolling column.
 class OverviewView : public Screen {
     Q_OBJECT
   public:
     explicit OverviewView(ModelBridge& bridge, QWidget* parent = nullptr);
 
     DiskCard* diskCard() const { return disk_; }
-    FullDiskAccessBanner* banner() const { return banner_; }
     QuickCleanCard* quickCleanCard() const { return quickClean_; }
     ToolsCard* toolsCard() const { return tools_; }
     BiggestCard* biggestCard() const { return biggest_; }
@@ -31,7 +28,6 @@ class OverviewView : public Screen {
 
   private:
     DiskCard* disk_;
-    FullDiskAccessBanner* banner_;
     QuickCleanCard* quickClean_;
     ToolsCard* tools_;
     BiggestCard* biggest_;

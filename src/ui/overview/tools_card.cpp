@@ -9,7 +9,9 @@
 #include <utility>
 #include <vector>
 
+#include "core/path_text.h"
 #include "ui/app/model_bridge.h"
+#include "ui/components/display_text.h"
 #include "ui/components/palette_roles.h"
 #include "ui/components/styled_label.h"
 
@@ -28,6 +30,15 @@ struct ToolRow {
     std::vector<ToolButton> buttons;
 };
 
+// The short form of the folder an exploration row walks.
+QString exploredFolder(const AppModel& model, const std::string& id) {
+    for (const CleanCategory& c : model.categories()) {
+        if (c.id == id && !c.patterns.empty())
+            return DisplayText::fromBytes(PathText::shortForm(c.patterns.front(), model.home()));
+    }
+    return QString::fromStdString(id);
+}
+
 std::function<void(AppModel&)> select(const char* id) {
     return [id](AppModel& model) { model.setSelectedID(std::string(id)); };
 }
@@ -37,20 +48,24 @@ std::function<void(AppModel&)> select(const char* id) {
 ToolsCard::ToolsCard(ModelBridge& bridge, QWidget* parent)
     : Card(QStringLiteral("その他のクリーンアップ"), "wrench.and.screwdriver", parent),
       bridge_(bridge) {
+    // The exploration buttons are labelled with the folders those rows walk
+    // (the data home follows XDG_DATA_HOME), as the sidebar names them.
+    const AppModel& model = bridge_.model();
+    const QString userData = exploredFolder(model, "explore_lib");
+    const QString system = exploredFolder(model, "explore_syslib");
     const std::vector<ToolRow> tools{
-        {QStringLiteral("使用不可のシミュレータを削除"),
-         QStringLiteral("対応ランタイムが無い古いシミュレータ (simctl delete unavailable)"),
+        {QStringLiteral("使用されていないランタイムを削除"),
+         QStringLiteral("未使用の Flatpak ランタイム (flatpak uninstall --unused)"),
          {{QStringLiteral("実行"), [](AppModel& m) { m.confirmDeleteUnavailableSims(); }}}},
-        {QStringLiteral("シミュレータランタイム"),
-         QStringLiteral("ダウンロード済みの iOS 等のランタイムを個別に削除"),
+        {QStringLiteral("Flatpak / Snap ランタイム"),
+         QStringLiteral("インストール済みのランタイムや古いリビジョンを個別に削除"),
          {{QStringLiteral("表示"), select("sim_runtimes")}}},
-        {QStringLiteral("Time Machine ローカルスナップショット"),
-         QStringLiteral("「システムデータ」に含まれる一時スナップショット"),
+        {QStringLiteral("ローカルスナップショット (Snapper / Timeshift / Btrfs)"),
+         QStringLiteral("削除したファイルの容量を持ち続けているスナップショット"),
          {{QStringLiteral("表示"), select("snapshots")}}},
         {QStringLiteral("正体不明の容量を探す"),
-         QStringLiteral("~/Library や /Library を大きい順に探索"),
-         {{QStringLiteral("~/Library"), select("explore_lib")},
-          {QStringLiteral("/Library"), select("explore_syslib")}}},
+         userData + QStringLiteral(" や ") + system + QStringLiteral(" を大きい順に探索"),
+         {{userData, select("explore_lib")}, {system, select("explore_syslib")}}},
     };
 
     bool first = true;
@@ -76,6 +91,9 @@ ToolsCard::ToolsCard(ModelBridge& bridge, QWidget* parent)
         row->addLayout(texts, 1);
         for (const ToolButton& tb : tool.buttons) {
             auto* button = new QPushButton(tb.label, this);
+            // A folder's name as a label ("~/.local/share") would touch the
+            // button's edges; give it the room a word label has.
+            button->setMinimumWidth(button->fontMetrics().horizontalAdvance(tb.label) + 28);
             // The button's own label says little ("表示"); the row's title
             // tells a screen reader what it acts on.
             button->setAccessibleDescription(tool.title);

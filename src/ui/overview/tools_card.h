@@ -7,7 +7,7 @@ namespace kelvane {
 class ModelBridge;
 
 // "その他のクリーンアップ": shortcuts to the cleanups that are not a quick
-// clean — removing unavailable simulators, the runtimes and snapshots
+// clean — removing unused runtimes, the runtimes and snapshots
 // screens, and the two exploration categories.
 class ToolsCard : public Card {
     Q_OBJECT
