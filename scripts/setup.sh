@@ -21,6 +21,9 @@ packages=(
   desktop-file-utils appstream dpkg-dev
   # permission tests run as an unprivileged user; immutable-file tests
   util-linux passwd e2fsprogs
+  # the runtimes screen lists and removes Flatpak runtimes; its tests install
+  # a repository built offline with the real tool
+  flatpak
 )
 
 missing=()
