@@ -161,7 +161,10 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     void loadSnapshots();
     void loadRuntimes();
     void confirmDeleteSnapshots(const std::vector<std::string>& dates);
+    // One Flatpak runtime or Snap revision, removed by its own tool.
     void confirmDeleteRuntime(const SimRuntime& runtime);
+    // The overview's "unavailable" tool: on Linux, every Flatpak runtime no
+    // app uses (`flatpak uninstall --unused`, both installations).
     void confirmDeleteUnavailableSims();
 
     // The display order of the browser: biggest first, unknown sizes last,
