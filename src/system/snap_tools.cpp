@@ -47,7 +47,10 @@ std::vector<SimRuntime> SnapTools::parseDisabled(const std::string& out) {
     return revisions;
 }
 
-std::vector<SimRuntime> SnapTools::list(const std::string& snap, const std::string& folder) {
+std::vector<SimRuntime> SnapTools::list(const std::string& snap, const std::string& folder,
+                                        const std::string& socket) {
+    struct stat info {};
+    if (::stat(socket.c_str(), &info) != 0) return {};
     const ShellResult result =
         Shell::run(snap, {"list", "--all", "--color=never", "--unicode=never"});
     if (result.status != 0) return {};

@@ -14,13 +14,17 @@ namespace SnapTools {
 
 inline constexpr const char* snapPath = "/usr/bin/snap";
 inline constexpr const char* snapsFolder = "/var/lib/snapd/snaps";
+inline constexpr const char* snapdSocket = "/run/snapd.socket";
 inline constexpr const char* platformName = "Snap";
 
 // The disabled revisions, largest first, sized by their NAME_REVISION.snap
 // files in `folder` (0 when the file cannot be read). Empty when `snap` is
-// missing or fails, e.g. without a running snapd. `snap` may name a stand-in.
+// missing or fails, and, without running it, when snapd's `socket` is not
+// there: the tool then retries for two minutes before it gives up. `snap`
+// may name a stand-in.
 std::vector<SimRuntime> list(const std::string& snap = snapPath,
-                             const std::string& folder = snapsFolder);
+                             const std::string& folder = snapsFolder,
+                             const std::string& socket = snapdSocket);
 
 // The disabled revisions in `snap list --all --color=never --unicode=never`,
 // in listing order, with no size yet.

@@ -51,23 +51,28 @@ TEST(SnapList, SizesRevisionsByTheirFilesLargestFirst) {
         dir.path(), "snap",
         "[ \"$*\" = 'list --all --color=never --unicode=never' ] || exit 3\ncat " +
             (dir / "list.txt"));
-    std::vector<SimRuntime> listed = SnapTools::list(snap, snaps);
+    // Any file stands for snapd's socket: only its presence is looked at.
+    const std::string socket = dir / "snapd.socket";
+    test::writeFile(socket, "");
+    std::vector<SimRuntime> listed = SnapTools::list(snap, snaps, socket);
     ASSERT_EQ(listed.size(), 2u);
     EXPECT_EQ(listed[0].build, "x3");
     EXPECT_EQ(listed[0].sizeBytes, test::allocated(snaps + "/kvtestbase_x3.snap"));
     EXPECT_EQ(listed[1].sizeBytes, test::allocated(snaps + "/kvtestbase_x2.snap"));
     EXPECT_GT(listed[1].sizeBytes, 0);
     // A revision whose file is not there is still offered, without a size.
-    listed = SnapTools::list(snap, dir / "elsewhere");
+    listed = SnapTools::list(snap, dir / "elsewhere", socket);
     ASSERT_EQ(listed.size(), 2u);
     EXPECT_EQ(listed[0].sizeBytes + listed[1].sizeBytes, 0);
 
-    // Without a running snapd the tool fails; no snap at all lists nothing too.
+    // A failing tool, no tool, and no snapd socket (the tool is not even
+    // started, so the table it would print does not show) list nothing.
     const std::string down = test::writeScript(
         dir.path(), "snap-down",
         "echo 'error: cannot list snaps: cannot communicate with server' >&2; exit 1");
-    EXPECT_THAT(SnapTools::list(down, snaps), IsEmpty());
-    EXPECT_THAT(SnapTools::list(dir / "missing", snaps), IsEmpty());
+    EXPECT_THAT(SnapTools::list(down, snaps, socket), IsEmpty());
+    EXPECT_THAT(SnapTools::list(dir / "missing", snaps, socket), IsEmpty());
+    EXPECT_THAT(SnapTools::list(snap, snaps, dir / "no-socket"), IsEmpty());
 }
 
 }  // namespace
