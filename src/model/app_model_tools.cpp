@@ -33,6 +33,15 @@ std::string pinnedNote(const std::vector<std::string>& pinned) {
     return note;
 }
 
+// A runtime's name in the confirmation, the log and the notice. The same
+// Flatpak runtime may be installed for the user and for the system, so the
+// installation is named with it.
+std::string shownName(const SimRuntime& runtime) {
+    if (runtime.installation == "user") return runtime.name + " (ユーザー)";
+    if (runtime.installation == "system") return runtime.name + " (システム)";
+    return runtime.name;
+}
+
 }  // namespace
 
 void AppModel::loadSnapshots() {
@@ -93,7 +102,7 @@ void AppModel::confirmDeleteSnapshots(const std::vector<std::string>& dates) {
 void AppModel::confirmDeleteRuntime(const SimRuntime& runtime) {
     const bool snap = runtime.platform == SnapTools::platformName;
     setPendingAction(PendingAction(
-        runtime.name + " を削除しますか？",
+        shownName(runtime) + " を削除しますか？",
         Fmt::bytes(runtime.sizeBytes) + " を解放します。再度使う場合は " +
             (snap ? "Snap" : "Flatpak") + " から再インストールが必要です。",
         "削除", [weak = weak_from_this(), runtime, snap] {
@@ -109,10 +118,10 @@ void AppModel::confirmDeleteRuntime(const SimRuntime& runtime) {
                 [runtime, snap](AppModel& m, const ShellResult& result) {
                     m.setBusyMessage(std::nullopt);
                     if (result.status == 0) {
-                        m.addLog("ランタイム " + runtime.name + " を削除 (" +
+                        m.addLog("ランタイム " + shownName(runtime) + " を削除 (" +
                                      Fmt::bytes(runtime.sizeBytes) + ")",
                                  false);
-                        m.setNotice(runtime.name + " を削除しました。");
+                        m.setNotice(shownName(runtime) + " を削除しました。");
                     } else {
                         m.setNotice(failureText("削除に失敗しました:\n", result));
                     }

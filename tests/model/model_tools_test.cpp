@@ -67,8 +67,9 @@ TEST_F(ModelTest, ToolFlowsReportInOurOwnWords) {
          Fmt::bytes(flatpak.sizeBytes) +
              " を解放します。再度使う場合は Flatpak から再インストールが必要です。",
          {{"/usr/bin/flatpak", "uninstall", "--noninteractive", "--user", flatpak.id}},
-         "ランタイム org.gnome.Platform 46 を削除 (" + Fmt::bytes(flatpak.sizeBytes) + ")",
-         "org.gnome.Platform 46 を削除しました。",
+         "ランタイム org.gnome.Platform 46 (ユーザー) を削除 (" + Fmt::bytes(flatpak.sizeBytes) +
+             ")",
+         "org.gnome.Platform 46 (ユーザー) を削除しました。",
          "削除に失敗しました:\n",
          "linux_flatpak"},
         {[&] { model->confirmDeleteRuntime(snap); },
