@@ -1,7 +1,10 @@
 #include "system/flatpak_tools.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <charconv>
+#include <cstdlib>
 
 #include "system/shell.h"
 #include "system/tool_output.h"
@@ -109,9 +112,18 @@ ToolCommand FlatpakTools::uninstallCommand(const SimRuntime& runtime) {
             {"uninstall", "--noninteractive", option(runtime.installation), runtime.id}};
 }
 
+std::string FlatpakTools::systemFolder() {
+    const char* folder = std::getenv("FLATPAK_SYSTEM_DIR");
+    return folder != nullptr && *folder != '\0' ? folder : "/var/lib/flatpak";
+}
+
 std::vector<ToolCommand> FlatpakTools::uninstallUnusedCommands() {
     std::vector<ToolCommand> commands;
-    for (const char* installation : kInstallations) {
+    for (const std::string installation : kInstallations) {
+        struct stat info {};
+        if (installation == "system" && ::stat((systemFolder() + "/repo").c_str(), &info) != 0) {
+            continue;
+        }
         commands.push_back(
             {flatpakPath, {"uninstall", "--unused", "--noninteractive", option(installation)}});
     }

@@ -54,8 +54,14 @@ std::vector<std::string> parsePinned(const std::string& out);
 // Removes one runtime from its own installation, without questions.
 ToolCommand uninstallCommand(const SimRuntime& runtime);
 
+// The system installation's folder as flatpak finds it: FLATPAK_SYSTEM_DIR
+// when set, else /var/lib/flatpak.
+std::string systemFolder();
+
 // Removes the runtimes no app uses, from the user's installation and then the
-// system's (where flatpak asks for the administrator itself when needed).
+// system's (where flatpak asks for the administrator itself when needed) —
+// only when the system's has a repository: without one there is nothing to
+// remove, and flatpak fails for anyone but root.
 std::vector<ToolCommand> uninstallUnusedCommands();
 
 }  // namespace FlatpakTools

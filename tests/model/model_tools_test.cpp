@@ -16,6 +16,9 @@ const std::vector<std::string> kDates{"2024-05-01-101010", "2024-05-02-111111",
 // list read again, also after a failure.
 TEST_F(ModelTest, ToolFlowsReportInOurOwnWords) {
     makeFolder(".local/share/flatpak/runtime");
+    // A system installation with a repository, so --unused runs for it too.
+    makeFolder("system/var/lib/flatpak/repo");
+    const ScopedEnv systemFlatpak("FLATPAK_SYSTEM_DIR", path("system/var/lib/flatpak"));
     makeFolder("system/var/lib/snapd/snaps");
     std::vector<CleanCategory> rows = Catalog::build(home, home + "/tmpbase", trashFiles());
     for (CleanCategory& row : LinuxCatalog::build(home, home + "/system")) rows.push_back(row);

@@ -103,11 +103,17 @@ TEST(FlatpakCommands, NameTheInstallationAndNeverAsk) {
         FlatpakTools::uninstallCommand(runtime),
         (ToolCommand{"/usr/bin/flatpak",
                      {"uninstall", "--noninteractive", "--system", "runtime/org.r/x86_64/1"}}));
-    const auto unused = FlatpakTools::uninstallUnusedCommands();
-    ASSERT_EQ(unused.size(), 2u);
-    EXPECT_EQ(unused[0].arguments.back(), "--user");
-    EXPECT_EQ(unused[1].arguments.back(), "--system");
-    EXPECT_THAT(FlatpakTools::list(test::TempTree().path() + "/no-flatpak"), IsEmpty());
+    // The system's installation only once it has a repository.
+    test::TempTree dir;
+    const test::ScopedEnv system("FLATPAK_SYSTEM_DIR", dir / "system");
+    EXPECT_EQ(FlatpakTools::systemFolder(), dir / "system");
+    const auto last = [] { return FlatpakTools::uninstallUnusedCommands().back().arguments; };
+    EXPECT_EQ(last(),
+              (std::vector<std::string>{"uninstall", "--unused", "--noninteractive", "--user"}));
+    ASSERT_TRUE(dir.dir("system") && dir.dir("system/repo"));
+    EXPECT_EQ(last().back(), "--system");
+    EXPECT_EQ(FlatpakTools::uninstallUnusedCommands().size(), 2u);
+    EXPECT_THAT(FlatpakTools::list(dir / "no-flatpak"), IsEmpty());
 }
 
 // The real flatpak over a repository built on the spot, installed into
@@ -118,8 +124,11 @@ class FlatpakInstalled : public ::testing::Test {
         if (::access(FlatpakTools::flatpakPath, X_OK) != 0) {
             GTEST_SKIP() << "flatpak is not installed (scripts/setup.sh installs it)";
         }
+    }
+    // Builds the repository and, with "install", installs it for the user.
+    void make(const std::string& mode) const {
         const ShellResult made =
-            Shell::run("/bin/sh", {KELVANE_TEST_FLATPAK_REPO, dir.path() + "/work"});
+            Shell::run("/bin/sh", {KELVANE_TEST_FLATPAK_REPO, dir.path() + "/work", mode});
         ASSERT_EQ(made.status, 0) << made.out << made.err;
     }
 
@@ -145,6 +154,7 @@ class FlatpakInstalled : public ::testing::Test {
 };
 
 TEST_F(FlatpakInstalled, ListsUsersAndSizesAndRemovesWhatNoAppNeeds) {
+    make("install");
     std::vector<SimRuntime> listed = FlatpakTools::list();
     ASSERT_EQ(listed.size(), 3u);
     for (std::size_t i = 1; i < listed.size(); ++i) {
@@ -194,6 +204,30 @@ TEST_F(FlatpakInstalled, ListsUsersAndSizesAndRemovesWhatNoAppNeeds) {
     listed = FlatpakTools::list();
     ASSERT_EQ(listed.size(), 1u);
     EXPECT_EQ(listed[0].id, needed.id);
+}
+
+// A user's app running on the system's runtime: flatpak itself would remove
+// that runtime from the system without a word, so only our list protects it.
+TEST_F(FlatpakInstalled, AUsersAppKeepsTheSystemsRuntime) {
+    if (::geteuid() != 0) GTEST_SKIP() << "installing for the system needs root";
+    make("build");
+    const std::string url = "file://" + dir.path() + "/work/repo";
+    for (const char* where : {"--system", "--user"}) {
+        ASSERT_EQ(flatpak({where, "remote-add", "--no-gpg-verify", "kvlocal", url}).status, 0);
+    }
+    ASSERT_EQ(flatpak({"--system", "install", "--noninteractive", "kvlocal",
+                       "runtime/org.kelvane.TestPlatform/" + arch + "/1.0"})
+                  .status,
+              0);
+    ASSERT_EQ(flatpak({"--user", "install", "--noninteractive", "kvlocal",
+                       "app/org.kelvane.TestApp/" + arch + "/stable"})
+                  .status,
+              0);
+    const std::vector<SimRuntime> listed = FlatpakTools::list();
+    ASSERT_EQ(listed.size(), 1u);
+    EXPECT_EQ(listed[0].installation, "system");
+    EXPECT_THAT(listed[0].usedBy, ElementsAre("org.kelvane.TestApp"));
+    EXPECT_FALSE(listed[0].deletable);
 }
 
 }  // namespace
