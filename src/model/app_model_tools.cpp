@@ -22,8 +22,9 @@ std::string failureText(const std::string& lead, const ShellResult& result) {
 }
 
 // The refs `flatpak uninstall --unused` kept because they are pinned, which
-// it does for every runtime installed on its own: the user would otherwise
-// wonder why an unused runtime is still listed.
+// it does for every runtime installed on its own, each with its installation
+// (the same ref may be pinned in both): the user would otherwise wonder why
+// an unused runtime is still listed.
 std::string pinnedNote(const std::vector<std::string>& pinned) {
     if (pinned.empty()) return "";
     std::string note =
@@ -33,13 +34,19 @@ std::string pinnedNote(const std::vector<std::string>& pinned) {
     return note;
 }
 
+// How the two installations are called on the screen and in the messages.
+std::string installationName(const std::string& installation) {
+    if (installation == "user") return "ユーザー";
+    if (installation == "system") return "システム";
+    return installation;
+}
+
 // A runtime's name in the confirmation, the log and the notice. The same
 // Flatpak runtime may be installed for the user and for the system, so the
 // installation is named with it.
 std::string shownName(const SimRuntime& runtime) {
-    if (runtime.installation == "user") return runtime.name + " (ユーザー)";
-    if (runtime.installation == "system") return runtime.name + " (システム)";
-    return runtime.name;
+    if (runtime.installation.empty()) return runtime.name;
+    return runtime.name + " (" + installationName(runtime.installation) + ")";
 }
 
 }  // namespace
@@ -143,28 +150,31 @@ void AppModel::confirmDeleteUnavailableSims() {
             const auto model = weak.lock();
             if (!model) return;
             model->setBusyMessage(std::string("ランタイムを整理中…"));
-            model->runTool<std::vector<ShellResult>>(
+            // Each run with the installation it is for ("--user", "--system").
+            using Runs = std::vector<std::pair<std::string, ShellResult>>;
+            model->runTool<Runs>(
                 [](Services& services) {
                     // Each installation on its own: a refusal in one (the
                     // system's asks for the administrator) leaves the other done.
-                    std::vector<ShellResult> results;
+                    Runs runs;
                     for (const ToolCommand& command : FlatpakTools::uninstallUnusedCommands()) {
-                        results.push_back(services.run(command.executable, command.arguments));
+                        runs.emplace_back(command.arguments.back().substr(2),
+                                          services.run(command.executable, command.arguments));
                     }
-                    return results;
+                    return runs;
                 },
-                [](AppModel& m, const std::vector<ShellResult>& results) {
+                [](AppModel& m, const Runs& runs) {
                     m.setBusyMessage(std::nullopt);
                     bool ok = true;
                     std::string failed;
                     std::vector<std::string> pinned;
-                    for (const ShellResult& result : results) {
+                    for (const auto& [installation, result] : runs) {
                         if (result.status != 0) {
                             failed += (ok ? "" : "\n") + failureText("", result);
                             ok = false;
                         }
-                        for (std::string& ref : FlatpakTools::parsePinned(result.out)) {
-                            pinned.push_back(std::move(ref));
+                        for (const std::string& ref : FlatpakTools::parsePinned(result.out)) {
+                            pinned.push_back(ref + " (" + installationName(installation) + ")");
                         }
                     }
                     if (ok) {

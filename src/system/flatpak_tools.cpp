@@ -88,20 +88,14 @@ void FlatpakTools::linkApps(std::vector<SimRuntime>& runtimes,
 }
 
 std::vector<std::string> FlatpakTools::parsePinned(const std::string& out) {
-    // "These runtimes in installation 'user' are pinned and won't be removed;
-    // see flatpak-pin(1):" and then one indented ref per line.
+    // After a (translated) lead line, one indented ref per line; the refs it
+    // removes come unindented after "Uninstalling". The indentation is what
+    // tells them apart in every language.
     std::vector<std::string> pinned;
-    bool inList = false;
     for (const std::string_view line : ToolOutput::lines(out)) {
-        if (line.find("are pinned") != std::string_view::npos) {
-            inList = true;
-            continue;
-        }
         const std::vector<std::string_view> words = ToolOutput::words(line);
-        if (inList && line.starts_with(' ') && words.size() == 1) {
+        if (line.starts_with(' ') && words.size() == 1 && words[0].starts_with("runtime/")) {
             pinned.emplace_back(words[0]);
-        } else {
-            inList = false;
         }
     }
     return pinned;

@@ -48,7 +48,7 @@ std::optional<std::int64_t> parseSize(const std::string& out);
 void linkApps(std::vector<SimRuntime>& runtimes, const std::vector<AppRuntime>& apps);
 
 // The refs `flatpak uninstall --unused` names as pinned and keeps, as
-// printed ("runtime/NAME/ARCH/BRANCH").
+// printed ("runtime/NAME/ARCH/BRANCH"), whatever the language of its lead.
 std::vector<std::string> parsePinned(const std::string& out);
 
 // Removes one runtime from its own installation, without questions.

@@ -158,7 +158,8 @@ TEST_F(ModelTest, ToolFlowsReportInOurOwnWords) {
     confirmAndSettle();
     const std::string notice = model->notice().value_or("");
     EXPECT_TRUE(notice.starts_with("使用されていないランタイムを削除しました。\n\n")) << notice;
-    EXPECT_TRUE(notice.ends_with("\nruntime/org.kelvane.TestPlatform/x86_64/1.0")) << notice;
+    EXPECT_TRUE(notice.ends_with("\nruntime/org.kelvane.TestPlatform/x86_64/1.0 (ユーザー)"))
+        << notice;
 
     // A dismissed password dialog: silent, but the list is read again.
     model->setNotice(std::nullopt);
