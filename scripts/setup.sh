@@ -23,6 +23,9 @@ packages=(
   util-linux passwd e2fsprogs
   # the snapshot tools, run for real on a Btrfs volume in a file
   btrfs-progs snapper
+  # the runtimes screen lists and removes Flatpak runtimes; its tests install
+  # a repository built offline with the real tool
+  flatpak
 )
 
 missing=()

@@ -275,8 +275,16 @@ int main(int argc, char** argv) {
     ok = save(window, out + "/overview.png") && ok;
     for (const QString& id : ids) {
         app.model().setSelectedID(id.toStdString());
-        runUntil([&] { return !app.model().entriesLoading() && kelvane::runningTaskCount() == 0; },
-                 20000);
+        // The window asks for a tool screen's list once the selection has
+        // reached it, and the list arrives in a step after its task ends.
+        runUntil([] { return false; }, 300);
+        runUntil(
+            [&] {
+                const kelvane::AppModel& model = app.model();
+                return !model.entriesLoading() && !model.runtimesLoading() &&
+                       !model.snapshotsLoading() && kelvane::runningTaskCount() == 0;
+            },
+            20000);
         ok = save(window, out + "/" + id + ".png") && ok;
         if (id == QStringLiteral("snapshots") && listSnapshots) {
             // As "管理者権限で一覧を取得" would: the helper, through pkexec.

@@ -2,24 +2,37 @@
 
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <string>
+#include <vector>
 
 #include "core/hash_combine.h"
 
 namespace kelvane {
 
-// One installed simulator runtime as the simulator tool reports it.
+// One installed runtime the runtimes screen offers to remove: a Flatpak
+// runtime of the user's or the system's installation, or a disabled (kept
+// for reverting) revision of a Snap package.
 struct SimRuntime {
+    // What the removing tool is given: a Flatpak ref
+    // ("runtime/org.gnome.Platform/x86_64/46"), or a Snap package's name.
     std::string id;
+    // The title the screen and the messages show ("org.gnome.Platform 46",
+    // "core22 20240111 (リビジョン 1122)").
     std::string name;
+    // Flatpak: the branch; Snap: the version text.
     std::string version;
+    // Flatpak: the architecture; Snap: the revision removed with --revision.
     std::string build;
+    // "Flatpak" or "Snap".
     std::string platform;
     std::int64_t sizeBytes = 0;
-    std::string state;
+    // Flatpak: "user" or "system" (the installation the ref lives in);
+    // empty for Snap, whose revisions belong to the system.
+    std::string installation;
+    // The ids of the installed apps that run on this runtime, sorted.
+    std::vector<std::string> usedBy;
+    // False while an app needs it: Flatpak refuses to remove it then.
     bool deletable = false;
-    std::optional<std::string> lastUsed;
 
     friend bool operator==(const SimRuntime&, const SimRuntime&) = default;
 };
@@ -36,9 +49,11 @@ struct std::hash<kelvane::SimRuntime> {
         kelvane::hashCombine(seed, r.build);
         kelvane::hashCombine(seed, r.platform);
         kelvane::hashCombine(seed, r.sizeBytes);
-        kelvane::hashCombine(seed, r.state);
+        kelvane::hashCombine(seed, r.installation);
+        // The count first, so moving a name between neighbours changes the hash.
+        kelvane::hashCombine(seed, r.usedBy.size());
+        for (const std::string& app : r.usedBy) kelvane::hashCombine(seed, app);
         kelvane::hashCombine(seed, r.deletable);
-        kelvane::hashCombine(seed, r.lastUsed);
         return seed;
     }
 };

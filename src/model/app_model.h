@@ -163,7 +163,10 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     void loadSnapshotsAsAdmin();
     void loadRuntimes();
     void confirmDeleteSnapshots(const std::vector<LocalSnapshot>& snapshots);
+    // One Flatpak runtime or Snap revision, removed by its own tool.
     void confirmDeleteRuntime(const SimRuntime& runtime);
+    // The overview's "unavailable" tool: on Linux, every Flatpak runtime no
+    // app uses (`flatpak uninstall --unused`, both installations).
     void confirmDeleteUnavailableSims();
 
     // How a snapshot is named in confirmations and reports: its date, who

@@ -1,13 +1,18 @@
-// AppModel: the two tool-backed categories (local snapshots, simulator
-// runtimes) and the removal of unavailable simulators.
+// AppModel: the two tool-backed categories (local snapshots, the Flatpak
+// runtimes and disabled Snap revisions) and the removal of the runtimes no
+// app uses.
 #include "core/fmt.h"
 #include "core/unicode_text.h"
 #include "model/app_model.h"
+#include "system/flatpak_tools.h"
+#include "system/snap_tools.h"
 
 namespace kelvane {
 namespace {
 
-constexpr const char* kXcrun = "/usr/bin/xcrun";
+// The catalog rows that measure the folders the two tools install into.
+constexpr const char* kFlatpakCategory = "linux_flatpak";
+constexpr const char* kSnapCategory = "linux_snap";
 
 // `lead` followed by what the tool said: its output and error text, trimmed
 // as a whole. A tool that could not be started has our own description of
@@ -19,6 +24,33 @@ std::string failureText(const std::string& lead, const ShellResult& result) {
 constexpr const char* kNoElevation =
     "管理者権限で実行するには pkexec が必要です。pkexec をインストールしてから、もう一度お試しくだ"
     "さい。";
+// The refs `flatpak uninstall --unused` kept because they are pinned, which
+// it does for every runtime installed on its own, each with its installation
+// (the same ref may be pinned in both): the user would otherwise wonder why
+// an unused runtime is still listed.
+std::string pinnedNote(const std::vector<std::string>& pinned) {
+    if (pinned.empty()) return "";
+    std::string note =
+        "\n\n次のランタイムは自分でインストールしたものとして Flatpak が固定しているため、"
+        "残しました (ランタイムの一覧から個別に削除できます):";
+    for (const std::string& ref : pinned) note += "\n" + ref;
+    return note;
+}
+
+// How the two installations are called on the screen and in the messages.
+std::string installationName(const std::string& installation) {
+    if (installation == "user") return "ユーザー";
+    if (installation == "system") return "システム";
+    return installation;
+}
+
+// A runtime's name in the confirmation, the log and the notice. The same
+// Flatpak runtime may be installed for the user and for the system, so the
+// installation is named with it.
+std::string shownName(const SimRuntime& runtime) {
+    if (runtime.installation.empty()) return runtime.name;
+    return runtime.name + " (" + installationName(runtime.installation) + ")";
+}
 
 }  // namespace
 
@@ -151,56 +183,85 @@ void AppModel::afterSnapshotDeletion(const std::vector<LocalSnapshot>& snapshots
 }
 
 void AppModel::confirmDeleteRuntime(const SimRuntime& runtime) {
-    setPendingAction(
-        PendingAction(runtime.name + " を削除しますか？",
-                      Fmt::bytes(runtime.sizeBytes) +
-                          " を解放します。再度使う場合は Xcode から再ダウンロードが必要です。",
-                      "削除", [weak = weak_from_this(), runtime] {
-                          const auto model = weak.lock();
-                          if (!model) return;
-                          model->setBusyMessage(std::string("ランタイムを削除中…"));
-                          model->runTool<ShellResult>(
-                              [id = runtime.id](Services& services) {
-                                  return services.run(kXcrun, {"simctl", "runtime", "delete", id});
-                              },
-                              [runtime](AppModel& m, const ShellResult& result) {
-                                  m.setBusyMessage(std::nullopt);
-                                  if (result.status == 0) {
-                                      m.addLog("ランタイム " + runtime.name + " を削除 (" +
-                                                   Fmt::bytes(runtime.sizeBytes) + ")",
-                                               false);
-                                      m.setNotice(runtime.name + " を削除しました。");
-                                  } else {
-                                      m.setNotice(failureText("削除に失敗しました:\n", result));
-                                  }
-                                  m.loadRuntimes();
-                                  m.refreshDisk();
-                              });
-                      }));
+    const bool snap = runtime.platform == SnapTools::platformName;
+    setPendingAction(PendingAction(
+        shownName(runtime) + " を削除しますか？",
+        Fmt::bytes(runtime.sizeBytes) + " を解放します。再度使う場合は " +
+            (snap ? "Snap" : "Flatpak") + " から再インストールが必要です。",
+        "削除", [weak = weak_from_this(), runtime, snap] {
+            const auto model = weak.lock();
+            if (!model) return;
+            model->setBusyMessage(std::string("ランタイムを削除中…"));
+            const ToolCommand command =
+                snap ? SnapTools::removeCommand(runtime) : FlatpakTools::uninstallCommand(runtime);
+            model->runTool<ShellResult>(
+                [command](Services& services) {
+                    return services.run(command.executable, command.arguments);
+                },
+                [runtime, snap](AppModel& m, const ShellResult& result) {
+                    m.setBusyMessage(std::nullopt);
+                    if (result.status == 0) {
+                        m.addLog("ランタイム " + shownName(runtime) + " を削除 (" +
+                                     Fmt::bytes(runtime.sizeBytes) + ")",
+                                 false);
+                        m.setNotice(shownName(runtime) + " を削除しました。");
+                    } else {
+                        m.setNotice(failureText("削除に失敗しました:\n", result));
+                    }
+                    m.loadRuntimes();
+                    // The row measuring the tool's folders shrank too.
+                    m.scanIfPresent(snap ? kSnapCategory : kFlatpakCategory);
+                    m.refreshDisk();
+                });
+        }));
 }
 
 void AppModel::confirmDeleteUnavailableSims() {
     setPendingAction(PendingAction(
-        "使用不可のシミュレータを削除しますか？",
-        "対応するランタイムが無くなった古いシミュレータデバイスを削除します (xcrun simctl delete "
-        "unavailable)。",
+        "使用されていないランタイムを削除しますか？",
+        "どのアプリも使用していない Flatpak ランタイムを、ユーザーとシステムの両方から削除します "
+        "(flatpak uninstall --unused)。自分でインストールしたランタイムは Flatpak "
+        "が固定しているため残ります。それらはランタイムの一覧から個別に削除できます。",
         "削除", [weak = weak_from_this()] {
             const auto model = weak.lock();
             if (!model) return;
-            model->setBusyMessage(std::string("シミュレータを整理中…"));
-            model->runTool<ShellResult>(
+            model->setBusyMessage(std::string("ランタイムを整理中…"));
+            // Each run with the installation it is for ("--user", "--system").
+            using Runs = std::vector<std::pair<std::string, ShellResult>>;
+            model->runTool<Runs>(
                 [](Services& services) {
-                    return services.run(kXcrun, {"simctl", "delete", "unavailable"});
-                },
-                [](AppModel& m, const ShellResult& result) {
-                    m.setBusyMessage(std::nullopt);
-                    if (result.status == 0) {
-                        m.addLog("使用不可のシミュレータを削除", false);
-                        m.setNotice(std::string("使用不可のシミュレータを削除しました。"));
-                    } else {
-                        m.setNotice(failureText("失敗しました:\n", result));
+                    // Each installation on its own: a refusal in one (the
+                    // system's asks for the administrator) leaves the other done.
+                    Runs runs;
+                    for (const ToolCommand& command : FlatpakTools::uninstallUnusedCommands()) {
+                        runs.emplace_back(command.arguments.back().substr(2),
+                                          services.run(command.executable, command.arguments));
                     }
-                    m.scanIfPresent("sim_devices");
+                    return runs;
+                },
+                [](AppModel& m, const Runs& runs) {
+                    m.setBusyMessage(std::nullopt);
+                    bool ok = true;
+                    std::string failed;
+                    std::vector<std::string> pinned;
+                    for (const auto& [installation, result] : runs) {
+                        if (result.status != 0) {
+                            failed += (ok ? "" : "\n") + failureText("", result);
+                            ok = false;
+                        }
+                        for (const std::string& ref : FlatpakTools::parsePinned(result.out)) {
+                            pinned.push_back(ref + " (" + installationName(installation) + ")");
+                        }
+                    }
+                    if (ok) {
+                        m.addLog("使用されていないランタイムを削除", false);
+                        m.setNotice("使用されていないランタイムを削除しました。" +
+                                    pinnedNote(pinned));
+                    } else {
+                        m.setNotice("失敗しました:\n" + failed);
+                    }
+                    m.loadRuntimes();
+                    m.scanIfPresent(kFlatpakCategory);
                     m.refreshDisk();
                 });
         }));

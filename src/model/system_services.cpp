@@ -1,8 +1,11 @@
+#include <algorithm>
+
 #include "model/services.h"
 #include "system/admin_helper.h"
 #include "system/cleaner.h"
+#include "system/flatpak_tools.h"
 #include "system/shell.h"
-#include "system/sim_tools.h"
+#include "system/snap_tools.h"
 #include "system/snapshot_tools.h"
 
 namespace kelvane {
@@ -22,7 +25,13 @@ SnapshotTools::Deletion SystemServices::deleteSnapshots(
 }
 
 std::vector<SimRuntime> SystemServices::listRuntimes() {
-    return SimTools::listRuntimes();
+    std::vector<SimRuntime> runtimes = FlatpakTools::list();
+    for (SimRuntime& revision : SnapTools::list()) runtimes.push_back(std::move(revision));
+    // One list for both tools, largest first; ties keep Flatpak before Snap.
+    std::stable_sort(
+        runtimes.begin(), runtimes.end(),
+        [](const SimRuntime& a, const SimRuntime& b) { return a.sizeBytes > b.sizeBytes; });
+    return runtimes;
 }
 
 ShellResult SystemServices::run(const std::string& executable,

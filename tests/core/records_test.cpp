@@ -57,16 +57,21 @@ TEST(Entry, EqualityAndHashCoverEveryFieldWithPresence) {
     EXPECT_EQ(map[base], 4);
 }
 
-TEST(SimRuntime, LastUsedPresenceMatters) {
-    SimRuntime a{"id", "iOS 17", "17.0", "21A", "iOS", 5, "Ready", true, std::nullopt};
-    SimRuntime b = a;
-    b.lastUsed = "";
-    EXPECT_NE(a, b);
-    SimRuntime c = a;
-    c.deletable = false;
-    EXPECT_NE(a, c);
-    std::unordered_set<SimRuntime> set{a, b, c, a};
-    EXPECT_EQ(set.size(), 3u);
+TEST(SimRuntime, TheAppsUsingItAndTheirOrderMatter) {
+    const SimRuntime a{
+        "runtime/org.a/x86_64/1",       "org.a 1", "1", "x86_64", "Flatpak", 5, "user",
+        {"org.app.One", "org.app.Two"}, false};
+    SimRuntime swapped = a;
+    swapped.usedBy = {"org.app.Two", "org.app.One"};
+    SimRuntime joined = a;  // the same characters split differently
+    joined.usedBy = {"org.app.Oneorg.app.Two"};
+    SimRuntime system = a;
+    system.installation = "system";
+    EXPECT_NE(a, swapped);
+    EXPECT_NE(a, system);
+    std::unordered_set<SimRuntime> set{a, swapped, joined, system, a};
+    EXPECT_EQ(set.size(), 4u);
+    EXPECT_NE(std::hash<SimRuntime>{}(a), std::hash<SimRuntime>{}(joined));
 }
 
 TEST(LogEntryAndPendingAction, FreshIdentityAtCreation) {

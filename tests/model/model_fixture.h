@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <atomic>
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -36,8 +37,10 @@ class FakeServices : public Services {
     bool snapshotsNeedAdministrator = false;
     std::vector<std::optional<std::string>> snapshotErrors;
     std::vector<SimRuntime> runtimeList;
-    // What every tool run answers: the snapshot deletion and `run`.
+    // What every tool run answers: the snapshot deletion and `run`; the
+    // queued answers first, one per run.
     ShellResult runResult;
+    std::deque<ShellResult> nextResults;
     // Each tool run: the executable and its arguments, or "deleteSnapshots"
     // and the dates.
     std::vector<std::vector<std::string>> runCalls;
@@ -79,7 +82,10 @@ class FakeServices : public Services {
         const std::lock_guard lock(mutex);
         runCalls.push_back({executable});
         runCalls.back().insert(runCalls.back().end(), args.begin(), args.end());
-        return runResult;
+        if (nextResults.empty()) return runResult;
+        const ShellResult next = nextResults.front();
+        nextResults.pop_front();
+        return next;
     }
     // When set, the administrator runs are this helper, started directly.
     std::optional<std::string> realHelper;

@@ -1,4 +1,7 @@
+#include <map>
+
 #include "core/fmt.h"
+#include "core/linux_catalog.h"
 #include "model_fixture.h"
 #include "system/shell.h"
 
@@ -16,37 +19,73 @@ const std::vector<LocalSnapshot> kSnapshots{
 // kind of failure, in our own words (what the tool wrote is quoted), and the
 // list read again, also after a failure.
 TEST_F(ModelTest, ToolFlowsReportInOurOwnWords) {
-    makeFolder("Library/Developer/CoreSimulator/Devices/A1");
-    makeModel();
-    int simScans = 0;
-    bool simScanning = false;
+    makeFolder(".local/share/flatpak/runtime");
+    // A system installation with a repository, so --unused runs for it too.
+    makeFolder("system/var/lib/flatpak/repo");
+    const ScopedEnv systemFlatpak("FLATPAK_SYSTEM_DIR", path("system/var/lib/flatpak"));
+    makeFolder("system/var/lib/snapd/snaps");
+    std::vector<CleanCategory> rows = Catalog::build(home, home + "/tmpbase", trashFiles());
+    for (CleanCategory& row : LinuxCatalog::build(home, home + "/system")) rows.push_back(row);
+    makeModel(rows);
+    // Scans started of the rows measuring the tools' folders.
+    std::map<std::string, int> scans;
+    std::map<std::string, bool> scanning;
     model->subscribe([&](const ModelChange& change) {
-        const bool scanning = model->state("sim_devices").status == Status::scanning;
-        if (change.key == "sim_devices" && scanning && !simScanning) ++simScans;
-        simScanning = scanning;
+        const std::string id = change.key.value_or("");
+        if (id != "linux_flatpak" && id != "linux_snap") return;
+        const bool now = model->state(id).status == Status::scanning;
+        if (now && !scanning[id]) ++scans[id];
+        scanning[id] = now;
     });
-    const SimRuntime runtime{"5E1F-AB",     "iOS 17.2", "17.2", "21C62",     "iOS",
-                             6'543'210'000, "Ready",    true,   std::nullopt};
+    const SimRuntime flatpak{"runtime/org.gnome.Platform/x86_64/46",
+                             "org.gnome.Platform 46",
+                             "46",
+                             "x86_64",
+                             "Flatpak",
+                             6'543'210'000,
+                             "user",
+                             {},
+                             true};
+    const SimRuntime snap{"core22",   "core22 20240111 (リビジョン 1122)",
+                          "20240111", "1122",
+                          "Snap",     77'000'000,
+                          "",         {},
+                          true};
     struct Flow {
         std::function<void()> ask;
-        std::vector<std::string> call;
+        std::string message;  // a piece of the confirmation's message
+        std::vector<std::vector<std::string>> calls;
         std::string log, notice, failed;
-        std::function<int()> reloads;
+        std::string rescanned;  // the row measured again after each run
     };
-    const auto lists = [&] { return services->lists.load(); };
+    const std::vector<std::string> unusedUser{"/usr/bin/flatpak", "uninstall", "--unused",
+                                              "--noninteractive", "--user"};
+    std::vector<std::string> unusedSystem = unusedUser;
+    unusedSystem.back() = "--system";
     const std::vector<Flow> flows{
-        {[&] { model->confirmDeleteRuntime(runtime); },
-         {"/usr/bin/xcrun", "simctl", "runtime", "delete", "5E1F-AB"},
-         "ランタイム iOS 17.2 を削除 (" + Fmt::bytes(runtime.sizeBytes) + ")",
-         "iOS 17.2 を削除しました。",
+        {[&] { model->confirmDeleteRuntime(flatpak); },
+         Fmt::bytes(flatpak.sizeBytes) +
+             " を解放します。再度使う場合は Flatpak から再インストールが必要です。",
+         {{"/usr/bin/flatpak", "uninstall", "--noninteractive", "--user", flatpak.id}},
+         "ランタイム org.gnome.Platform 46 (ユーザー) を削除 (" + Fmt::bytes(flatpak.sizeBytes) +
+             ")",
+         "org.gnome.Platform 46 (ユーザー) を削除しました。",
          "削除に失敗しました:\n",
-         lists},
+         "linux_flatpak"},
+        {[&] { model->confirmDeleteRuntime(snap); },
+         "再度使う場合は Snap から再インストールが必要です。",
+         {{"/usr/bin/snap", "remove", "core22", "--revision=1122"}},
+         "ランタイム core22 20240111 (リビジョン 1122) を削除 (" + Fmt::bytes(snap.sizeBytes) + ")",
+         "core22 20240111 (リビジョン 1122) を削除しました。",
+         "削除に失敗しました:\n",
+         "linux_snap"},
         {[&] { model->confirmDeleteUnavailableSims(); },
-         {"/usr/bin/xcrun", "simctl", "delete", "unavailable"},
-         "使用不可のシミュレータを削除",
-         "使用不可のシミュレータを削除しました。",
+         "(flatpak uninstall --unused)",
+         {unusedUser, unusedSystem},
+         "使用されていないランタイムを削除",
+         "使用されていないランタイムを削除しました。",
          "失敗しました:\n",
-         [&] { return simScans; }},
+         "linux_flatpak"},
     };
     // How a run can fail, and what the notice says after the flow's lead:
     // the tool's output and error text, trimmed as a whole, or why it could
@@ -58,21 +97,28 @@ TEST_F(ModelTest, ToolFlowsReportInOurOwnWords) {
         {{2, "", ""}, ""},
         {notStarted, notStarted.err},
     };
-    services->runtimeList = {runtime};
+    services->runtimeList = {flatpak, snap};
     for (const Flow& flow : flows) {
         SCOPED_TRACE(flow.log);
         services->runResult = {};
         flow.ask();
         ASSERT_TRUE(model->pendingAction());
+        EXPECT_NE(model->pendingAction()->message.find(flow.message), std::string::npos);
         const PendingAction again = *model->pendingAction();
         const std::size_t logged = model->log().size();
         const int reads = diskReads;
-        const int reloads = flow.reloads();
+        const int lists = services->lists.load();
+        const std::map<std::string, int> scansBefore = scans;
+        const std::size_t calls = services->runCalls.size();
         confirmAndSettle();
-        EXPECT_EQ(services->runCalls.back(), flow.call);
+        EXPECT_EQ(std::vector(services->runCalls.begin() + static_cast<long>(calls),
+                              services->runCalls.end()),
+                  flow.calls);
         EXPECT_EQ(model->log().back().message, flow.log);
         EXPECT_EQ(model->notice(), flow.notice);
         for (const auto& [result, rest] : failures) {
+            // Only the last run fails: the earlier ones went through.
+            services->nextResults.assign(flow.calls.size() - 1, ShellResult{});
             services->runResult = result;
             again.perform();
             settle();
@@ -81,13 +127,40 @@ TEST_F(ModelTest, ToolFlowsReportInOurOwnWords) {
         }
         EXPECT_EQ(model->log().size(), logged + 1);
         EXPECT_EQ(diskReads, reads + 4);
-        EXPECT_EQ(flow.reloads(), reloads + 4);
+        EXPECT_EQ(services->lists.load(), lists + 4);
+        std::map<std::string, int> expected = scansBefore;
+        if (!flow.rescanned.empty()) expected[flow.rescanned] += 4;
+        for (const char* id : {"linux_flatpak", "linux_snap"}) {
+            EXPECT_EQ(scans[id], expected[id]) << id;
+        }
     }
     EXPECT_EQ(model->runtimes(), services->runtimeList);
 
+    // Both installations failing: both texts, neither lost. Pinned runtimes
+    // that --unused kept are named after a success.
+    services->nextResults = {{1, "", "ユーザー側"}};
+    services->runResult = {4, "", "システム側"};
+    model->confirmDeleteUnavailableSims();
+    confirmAndSettle();
+    EXPECT_EQ(model->notice(), "失敗しました:\nユーザー側\nシステム側");
+    services->nextResults = {
+        {0,
+         "\nThese runtimes in installation 'user' are pinned and won't be "
+         "removed; see flatpak-pin(1):\n  runtime/org.kelvane.TestPlatform/x86_64/1.0\n",
+         ""}};
+    services->runResult = {0, "Nothing unused to uninstall\n", ""};
+    model->confirmDeleteUnavailableSims();
+    confirmAndSettle();
+    const std::string notice = model->notice().value_or("");
+    EXPECT_TRUE(notice.starts_with("使用されていないランタイムを削除しました。\n\n")) << notice;
+    EXPECT_TRUE(notice.ends_with("\nruntime/org.kelvane.TestPlatform/x86_64/1.0 (ユーザー)"))
+        << notice;
+
+    EXPECT_FALSE(model->runtimesLoading());
+
     // A confirmation that outlives the model does nothing.
     const std::size_t runs = services->runCalls.size();
-    model->confirmDelete({path("Library/Developer")}, true);
+    model->confirmDelete({path(".local/share/flatpak")}, true);
     const PendingAction deletion = *model->pendingAction();
     model->confirmDeleteUnavailableSims();
     const PendingAction tool = *model->pendingAction();
@@ -95,7 +168,7 @@ TEST_F(ModelTest, ToolFlowsReportInOurOwnWords) {
     deletion.perform();
     tool.perform();
     settle();
-    EXPECT_TRUE(exists(path("Library/Developer")));
+    EXPECT_TRUE(exists(path(".local/share/flatpak")));
     EXPECT_EQ(services->runCalls.size(), runs);
 }
 

@@ -61,11 +61,18 @@ class OverviewTest : public UiTest {
         return nullptr;
     }
 
-    static SimRuntime runtime(std::string id, std::string platform, std::int64_t size,
-                              bool deletable, std::optional<std::string> lastUsed = std::nullopt) {
-        return SimRuntime{std::move(id), platform + " 17.4", "17.4",
-                          "21E213",      platform,           size,
-                          "Ready",       deletable,          std::move(lastUsed)};
+    static SimRuntime runtime(std::string name, std::string platform, std::int64_t size,
+                              std::string installation, std::vector<std::string> usedBy) {
+        const bool deletable = usedBy.empty();
+        return SimRuntime{"runtime/" + name + "/x86_64/1.0",
+                          name + " 1.0",
+                          "1.0",
+                          "x86_64",
+                          std::move(platform),
+                          size,
+                          std::move(installation),
+                          std::move(usedBy),
+                          deletable};
     }
 };
 
@@ -158,7 +165,7 @@ TEST_F(OverviewTest, CardsOverAnEmptyHome) {
             .at(index);
     };
     tool(0)->click();
-    EXPECT_TRUE(model().pendingAction());
+    EXPECT_EQ(model().pendingAction()->title, "使用されていないランタイムを削除しますか？");
     model().setPendingAction(std::nullopt);
     // The exploration buttons name the folders their rows walk.
     EXPECT_EQ(tool(3)->text(), QStringLiteral("~/.local/share"));
@@ -285,10 +292,10 @@ TEST_F(OverviewTest, UnreadableFoldersAreCountedWhereTheSizesShow) {
 
 TEST_F(OverviewTest, ToolScreensListsLoadWithTheirOwnReloadAndEveryDeletionAsks) {
     services->runtimeList = {
-        runtime("a", "iOS", 8'000'000'000, true, "2024-03-09T12:34:56Z"),
-        runtime("b", "visionOS", 6'000'000'000, false),
-        runtime("c", "WATCHOS", 2'000'000'000, true, "2024"),
-        runtime("d", "fooOS", 0, true),
+        runtime("org.a.Platform", "Flatpak", 8'000'000'000, "user", {}),
+        runtime("org.b.Platform", "Flatpak", 6'000'000'000, "system", {"org.b.App", "org.c.App"}),
+        runtime("core22", "snap", 2'000'000'000, "", {}),
+        runtime("org.d.Odd", "other", 0, "extra", {}),
     };
     launch(std::nullopt, false);
     auto* snapshots = open<SnapshotsView>("snapshots");
@@ -324,29 +331,36 @@ TEST_F(OverviewTest, ToolScreensListsLoadWithTheirOwnReloadAndEveryDeletionAsks)
     EXPECT_EQ(runtimes->totalLabel()->text(), bytes(16'000'000'000));
     const QList<QWidget*> list = runtimes->list()->rows();
     ASSERT_EQ(list.size(), 4);
-    const std::vector<const char*> symbols{"iphone", "visionpro", "applewatch",
+    const std::vector<const char*> symbols{"shippingbox", "shippingbox", "square.stack.fill",
                                            "square.stack.3d.down.right"};
     for (int i = 0; i < 4; ++i) EXPECT_NE(list[i]->findChild<QLabel*>(symbols[i]), nullptr) << i;
-    // A last use shorter than a day shows whole; none shows no tail at all.
+    // Where each lives and who uses it; an unused runtime says so.
     EXPECT_EQ(rows(runtimes),
-              (Rows{{"iOS 17.4", "21E213  ·  Ready  ·  最終使用 2024-03-09", bytes(8'000'000'000)},
-                    {"visionOS 17.4", "21E213  ·  Ready", bytes(6'000'000'000)},
-                    {"WATCHOS 17.4", "21E213  ·  Ready  ·  最終使用 2024", bytes(2'000'000'000)},
-                    {"fooOS 17.4", "21E213  ·  Ready", bytes(0)}}));
-    // The non-deletable runtime cannot be deleted.
+              (Rows{{"org.a.Platform 1.0", "Flatpak (ユーザー)  ·  x86_64",
+                     "使用しているアプリはありません", bytes(8'000'000'000)},
+                    {"org.b.Platform 1.0", "Flatpak (システム)  ·  x86_64",
+                     "使用中のアプリ: org.b.App, org.c.App", bytes(6'000'000'000)},
+                    {"core22 1.0", "snap  ·  無効化された古いリビジョン (snap revert 用)",
+                     "現在のリビジョンは残ります", bytes(2'000'000'000)},
+                    {"org.d.Odd 1.0", "other (extra)  ·  x86_64", "使用しているアプリはありません",
+                     bytes(0)}}));
+    // A runtime an app needs cannot be deleted, and the button says why.
     const auto row = [&](int i) { return qobject_cast<RuntimeRow*>(list[i]); };
     EXPECT_FALSE(row(1)->deleteButton()->isEnabled());
+    EXPECT_EQ(row(1)->deleteButton()->toolTip(),
+              QStringLiteral("org.b.App, org.c.App が使用しているため削除できません"));
+    EXPECT_TRUE(row(0)->deleteButton()->toolTip().isEmpty());
     row(2)->deleteButton()->click();
-    EXPECT_EQ(model().pendingAction()->title, "WATCHOS 17.4 を削除しますか？");
-    findButton(runtimes, QStringLiteral("使用不可のシミュレータを削除"))->click();
-    EXPECT_EQ(model().pendingAction()->title, "使用不可のシミュレータを削除しますか？");
+    EXPECT_EQ(model().pendingAction()->title, "core22 1.0 を削除しますか？");
+    findButton(runtimes, QStringLiteral("使用されていないランタイムを削除"))->click();
+    EXPECT_EQ(model().pendingAction()->title, "使用されていないランタイムを削除しますか？");
     model().setPendingAction(std::nullopt);
     // An empty answer shows the hint.
     services->runtimeList.clear();
     reload()->trigger();
     settle();
-    EXPECT_EQ(rows(runtimes),
-              Rows{{"ランタイムが見つかりません (Xcode がインストールされていない可能性)"}});
+    EXPECT_EQ(rows(runtimes), Rows{{"ランタイムが見つかりません (Flatpak / Snap "
+                                    "がインストールされていないか、削除できるものがありません)"}});
     EXPECT_EQ(runtimes->totalLabel()->text(), bytes(0));
     // Leaving the tool screens takes their toolbar button away.
     open<OverviewView>("__overview__");

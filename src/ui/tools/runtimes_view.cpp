@@ -6,30 +6,34 @@
 #include <algorithm>
 
 #include "core/fmt.h"
-#include "ui/components/inset_list.h"
 #include "ui/app/model_bridge.h"
+#include "ui/components/inset_list.h"
 #include "ui/components/palette_roles.h"
-#include "ui/tools/runtime_row.h"
 #include "ui/components/styled_label.h"
+#include "ui/tools/runtime_row.h"
 
 namespace kelvane {
 
 RuntimesView::RuntimesView(ModelBridge& bridge, CleanCategory category, QWidget* parent)
     : ToolScreen(
           bridge, std::move(category), [&bridge] { bridge.model().loadRuntimes(); }, parent) {
-    headerLayout()->addLayout(describedTitle(QStringLiteral(
-                                  "Xcode 15 以降のランタイムはディスクイメージとして "
-                                  "/Library/Developer/CoreSimulator に保存されます。使わない OS "
-                                  "バージョンは削除して構いません (必要になれば Xcode > Settings > "
-                                  "Components から再取得)。")),
-                              1);
+    headerLayout()->addLayout(
+        describedTitle(
+            QStringLiteral("Flatpak のランタイムはアプリが動くための共通部品で、ユーザー用は "
+                           "~/.local/share/flatpak、システム用は /var/lib/flatpak "
+                           "に保存されます。どのアプリも使用していないランタイムは削除して"
+                           "構いません (必要になれば flatpak install で再取得)。Snap "
+                           "の無効なリビジョンは更新前の版で、snap revert "
+                           "で戻すためだけに残されています。")),
+        1);
 
     auto* right = new QVBoxLayout;
     right->setSpacing(6);
     total_ = StyledLabel::make({}, Typography::bigFigure(), PaletteRoles::primaryText(), header());
     total_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     right->addWidget(total_, 0, Qt::AlignRight);
-    auto* unavailable = new QPushButton(QStringLiteral("使用不可のシミュレータを削除"), header());
+    auto* unavailable =
+        new QPushButton(QStringLiteral("使用されていないランタイムを削除"), header());
     connect(unavailable, &QPushButton::clicked, this,
             [this] { bridge_.model().confirmDeleteUnavailableSims(); });
     right->addWidget(unavailable, 0, Qt::AlignRight);
@@ -57,7 +61,8 @@ void RuntimesView::refresh() {
     }
     if (runtimes.empty()) {
         list()->showMessage(
-            QStringLiteral("ランタイムが見つかりません (Xcode がインストールされていない可能性)"));
+            QStringLiteral("ランタイムが見つかりません (Flatpak / Snap "
+                           "がインストールされていないか、削除できるものがありません)"));
         return;
     }
     list()->clear();

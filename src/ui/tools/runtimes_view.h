@@ -7,9 +7,10 @@ class QLabel;
 
 namespace kelvane {
 
-// The installed simulator runtimes with their sizes and total, each deletable
-// on its own, plus the removal of unavailable simulators. Shows the model's
-// list; loading it is the model's business.
+// The Flatpak runtimes and disabled Snap revisions with their sizes and total,
+// each deletable on its own unless an app needs it, plus the removal of every
+// runtime no app uses. Shows the model's list; loading it is the model's
+// business.
 class RuntimesView : public ToolScreen {
     Q_OBJECT
   public:
