@@ -192,9 +192,26 @@ def main():
 
         names = wait_for(tiles, "the map's tiles")
         print("map tiles read:", len(names), names[:3])
-        print("OK")
     finally:
         stop(app_process)
+
+    # The two screens that are not folders speak of Linux's own facilities.
+    for category, expected in (("snapshots", "スナップショット (Snapper / Timeshift)"),
+                               ("sim_runtimes", "Flatpak / Snap ランタイム")):
+        with open(os.path.join(config, "Kelvane.conf"), "w") as f:
+            f.write("[General]\ninitialSelection=%s\n" % category)
+        app_process = subprocess.Popen([binary], env=env)
+        try:
+            app = wait_for(lambda: find_app("kelvane"), "the application again")
+            # The window's title names the screen shown; its list must be in.
+            wait_for(lambda: any(role == "frame" and name.startswith(expected + " — ")
+                                 for role, name, _ in everything(app)) and
+                     "取得中…" not in [name for _, name, _ in everything(app)],
+                     "the %s screen" % category)
+            check_no_foreign_words(app, "the %s screen" % category)
+        finally:
+            stop(app_process)
+    print("OK")
 
 
 def stop(process):
