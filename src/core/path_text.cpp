@@ -61,4 +61,23 @@ bool isSameOrBelow(std::string_view path, std::string_view ancestor) {
     return path.size() == a.size() || path[a.size()] == '/';
 }
 
+std::string absolute(std::string_view path, std::string_view workingFolder) {
+    const std::string joined = path.starts_with('/')
+                                   ? std::string(path)
+                                   : std::string(workingFolder) + "/" + std::string(path);
+    std::string out;
+    std::size_t at = 0;
+    while (at <= joined.size()) {
+        std::size_t end = joined.find('/', at);
+        if (end == std::string::npos) end = joined.size();
+        const std::string_view part(joined.data() + at, end - at);
+        if (!part.empty() && part != ".") {
+            out += '/';
+            out += part;
+        }
+        at = end + 1;
+    }
+    return out.empty() ? "/" : out;
+}
+
 }  // namespace kelvane::PathText

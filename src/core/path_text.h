@@ -31,5 +31,11 @@ std::string shortForm(std::string_view path, std::string_view home);
 // is not below "/a/b").
 bool isSameOrBelow(std::string_view path, std::string_view ancestor);
 
+// `path` as an absolute path: relative to `workingFolder` when it does not
+// start with "/", without empty and "." components or a trailing slash.
+// ".." is kept as it is: taking it away by text could name another folder
+// than the one a link leads to.
+std::string absolute(std::string_view path, std::string_view workingFolder);
+
 }  // namespace PathText
 }  // namespace kelvane

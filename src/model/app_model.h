@@ -147,6 +147,10 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
 
     // --- custom folders ---
     void addCustomFolder();
+    // Adds `path` (absolute) as a user-added folder and selects it, as the
+    // chooser does: a folder handed over by the file manager. Anything that
+    // is not a folder gets a notice saying so.
+    void addFolder(const std::string& path);
     void removeCustomFolder(const CleanCategory& category);
 
     // --- deletion ---

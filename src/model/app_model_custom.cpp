@@ -1,16 +1,32 @@
 // AppModel: folders the user adds for as long as the application runs.
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <cerrno>
 
 #include "core/catalog.h"
 #include "core/path_text.h"
 #include "model/app_model.h"
+#include "system/error_text.h"
 
 namespace kelvane {
 
 void AppModel::addCustomFolder() {
     const std::optional<std::string> chosen = services_->chooseFolder();
     if (!chosen || chosen->empty()) return;
-    const std::string& path = *chosen;
+    addFolder(*chosen);
+}
+
+void AppModel::addFolder(const std::string& path) {
+    struct stat item {};
+    if (::stat(path.c_str(), &item) != 0) {
+        setNotice("フォルダとして開けませんでした: " + path + "\n" + ErrorText::posix(errno));
+        return;
+    }
+    if (!S_ISDIR(item.st_mode)) {
+        setNotice("フォルダとして開けませんでした: " + path + "\nフォルダではありません");
+        return;
+    }
     const std::string id = Catalog::kCustomPrefix + path;
 
     const auto existing = [&] {

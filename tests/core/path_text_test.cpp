@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <utility>
+#include <vector>
+
 #include "core/path_text.h"
 
 using namespace kelvane;
@@ -33,6 +36,19 @@ TEST(PathText, JoinNeverDoublesTheSlash) {
     EXPECT_EQ(PathText::join("/a/", "b"), "/a/b");
     const std::string odd("n\xff\n'", 4);
     EXPECT_EQ(PathText::join("/a", odd), "/a/" + odd);
+}
+
+TEST(PathText, AbsoluteJoinsTheWorkingFolderAndDropsOnlyEmptyAndDotParts) {
+    const std::string odd("n\xff\n'", 4);
+    for (const auto& [given, expected] : std::vector<std::pair<std::string, std::string>>{
+             {".", "/home/u"},
+             {"./x//y/", "/home/u/x/y"},
+             {"../shared", "/home/u/../shared"},  // ".." stays: a link may lead elsewhere
+             {"/abs/./p/", "/abs/p"},
+             {"/", "/"},
+             {odd, "/home/u/" + odd}}) {
+        EXPECT_EQ(PathText::absolute(given, "/home/u"), expected) << given;
+    }
 }
 
 TEST(PathText, ShortFormAndContainment) {

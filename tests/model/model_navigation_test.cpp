@@ -128,6 +128,19 @@ TEST_F(ModelTest, AddedFoldersOpenThemselvesAreScannedOnceRemovedAndExact) {
     services->folderToChoose = std::nullopt;  // the chooser was cancelled
     model->addCustomFolder();
     EXPECT_EQ(model->categories().size(), count);
+    // Handed over by the file manager: only a folder is added; anything
+    // else says why in a notice and changes nothing.
+    for (const auto& [given, why] : std::vector<std::pair<std::string, std::string>>{
+             {path("Projects/README"), "フォルダではありません"},
+             {path("nowhere"), "項目が見つかりません"}}) {
+        model->addFolder(given);
+        EXPECT_EQ(model->notice(), "フォルダとして開けませんでした: " + given + "\n" + why);
+        EXPECT_EQ(model->categories().size(), count);
+    }
+    model->addFolder(path("Projects"));
+    EXPECT_EQ(model->categories().size(), count);
+    EXPECT_EQ(model->selectedID(), id);
+    settle();
 
     makeFolder("a");
     makeFolder("b");

@@ -1,4 +1,5 @@
 #include <QContextMenuEvent>
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileDialog>
 #include <QMenu>
@@ -15,6 +16,7 @@
 #include "ui/app/alert_box.h"
 #include "ui/app/busy_overlay.h"
 #include "ui/app/desktop_services.h"
+#include "ui/app/single_instance.h"
 #include "ui/browser/category_detail_view.h"
 #include "ui/components/file_icon.h"
 #include "ui/components/size_bar.h"
@@ -233,6 +235,25 @@ TEST_F(WindowTest, FolderChooserSpeaksJapaneseAndStartsAtHome) {
     EXPECT_EQ(desktop.chooseFolder(), std::nullopt);
     EXPECT_EQ(folder, QDir(QString::fromStdString(home)).absolutePath());
     EXPECT_EQ(typeLabel, QStringLiteral("ファイルの種類:"));
+}
+
+// A second start hands its folders, byte for byte, to the Kelvane already
+// listening, which alone may listen; with none listening nothing is handed.
+TEST(SingleInstanceTest, FoldersReachTheRunningKelvaneByteForByte) {
+    const QString name = QStringLiteral("kelvane-test-%1").arg(QCoreApplication::applicationPid());
+    const std::vector<std::string> folders{"/tmp/a b", std::string("/x/\xff\n'\"", 7), "/"};
+    EXPECT_FALSE(SingleInstance::handOver(name, folders));
+    std::vector<std::vector<std::string>> received;
+    SingleInstance first(name, [&](const std::vector<std::string>& f) { received.push_back(f); });
+    ASSERT_TRUE(first.listen());
+    SingleInstance second(name, [](const std::vector<std::string>&) {});
+    EXPECT_FALSE(second.listen());
+    EXPECT_TRUE(SingleInstance::handOver(name, folders));
+    EXPECT_TRUE(SingleInstance::handOver(name, {}));  // no folder: just show the window
+    for (int i = 0; i < 200 && received.size() < 2; ++i) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    }
+    EXPECT_EQ(received, (std::vector<std::vector<std::string>>{folders, {}}));
 }
 
 TEST(Components, SizeBarStubsClampsAndEmpties) {
