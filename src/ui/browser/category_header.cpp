@@ -9,6 +9,7 @@
 #include "core/path_text.h"
 #include "ui/app/model_bridge.h"
 #include "ui/components/display_text.h"
+#include "ui/components/lock_note.h"
 #include "ui/components/palette_roles.h"
 #include "ui/components/risk_badge.h"
 #include "ui/components/size_figure.h"
@@ -97,17 +98,9 @@ CategoryHeader::CategoryHeader(ModelBridge& bridge, CleanCategory category, QWid
                          shortForms(category_.patterns, bridge_.model().home()).join('\n'));
     left->addWidget(searched_);
 
-    unreadableRow_ = new QWidget(this);
-    auto* unreadable = new QHBoxLayout(unreadableRow_);
-    unreadable->setContentsMargins(0, 0, 0, 0);
-    unreadable->setSpacing(6);
-    auto* lock = new QLabel(unreadableRow_);
-    lock->setPixmap(SymbolIcons::tinted("lock.fill", PaletteRoles::orange(),
-                                        QFontMetrics(Typography::caption()).height()));
-    unreadable->addWidget(lock);
-    unreadableText_ = StyledLabel::secondary({}, Typography::caption(), unreadableRow_);
-    unreadableText_->setWordWrap(true);
-    unreadable->addWidget(unreadableText_, 1);
+    const LockNote note = LockNote::make(this, 0);
+    unreadableRow_ = note.row;
+    unreadableText_ = note.text;
     left->addWidget(unreadableRow_);
     left->addStretch(1);
     layout->addLayout(left, 1);

@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "ui/app/model_bridge.h"
+#include "ui/components/lock_note.h"
 #include "ui/components/palette_roles.h"
 #include "ui/components/styled_label.h"
 #include "ui/components/symbol_icons.h"
@@ -23,17 +24,9 @@ BiggestCard::BiggestCard(ModelBridge& bridge, QWidget* parent)
     content()->setSpacing(0);
     placeholder_ = StyledLabel::secondary(QStringLiteral("スキャン中…"), Typography::body(), this);
     content()->addWidget(placeholder_);
-    unreadableRow_ = new QWidget(this);
-    auto* note = new QHBoxLayout(unreadableRow_);
-    note->setContentsMargins(0, 8, 0, 0);
-    note->setSpacing(6);
-    auto* lock = new QLabel(unreadableRow_);
-    lock->setPixmap(SymbolIcons::tinted("lock.fill", PaletteRoles::orange(),
-                                        QFontMetrics(Typography::caption()).height()));
-    note->addWidget(lock, 0, Qt::AlignTop);
-    unreadableText_ = StyledLabel::secondary({}, Typography::caption(), unreadableRow_);
-    unreadableText_->setWordWrap(true);
-    note->addWidget(unreadableText_, 1);
+    const LockNote note = LockNote::make(this, 8);
+    unreadableRow_ = note.row;
+    unreadableText_ = note.text;
     content()->addWidget(unreadableRow_);
     connect(&bridge_, &ModelBridge::changed, this, [this](const ModelChange& change) {
         if (change.field == ModelField::states || change.field == ModelField::categories) refresh();
