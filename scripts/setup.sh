@@ -23,6 +23,9 @@ packages=(
   util-linux passwd e2fsprogs
   # the snapshot tools, run for real on a Btrfs volume in a file
   btrfs-progs snapper
+  # kelvane-scan's peers: export round trips and speed comparisons; clang for the
+  # export reader's libFuzzer target
+  ncdu gdu clang
 )
 
 missing=()
