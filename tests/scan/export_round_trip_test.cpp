@@ -59,6 +59,12 @@ class ExportRoundTrip : public ::testing::Test {
         ASSERT_TRUE(t.symlink("f1", "root/a/sl") && t.file("root/deep/er/est/big", 200000));
         ASSERT_EQ(::mkfifo((t / "root/fifo").c_str(), 0644), 0);
         for (const std::string& name : kOddNames) ASSERT_TRUE(t.file("root/" + name, 10));
+        // Deeper than the export walk keeps folders open: the outer ones are parked and reopened.
+        std::string chain = "root";
+        for (int level = 0; level < 80; ++level) {
+            chain += "/c";
+            ASSERT_TRUE(t.dir(chain) && t.file(chain + "/f", 1000));
+        }
         ASSERT_TRUE(t.dir("root/mnt"));
         mount_ = std::make_unique<test::ScopedMount>(test::ScopedMount::tmpfs(t / "root/mnt"));
         if (mount_->error() == 0) test::writeFileOfSize(t / "root/mnt/inside", 100000);
