@@ -168,9 +168,10 @@ int exportTo(const Options& options) {
         }
     }
     ProgressLine progress;
-    const ExportWalkResult result =
-        exportTree(options.path, absoluteName(options.path), toStdout ? STDOUT_FILENO : file.get(),
-                   [&](std::int64_t items, std::int64_t bytes) { progress.show(items, bytes); });
+    const ExportWalkResult result = exportTree(
+        options.path, absoluteName(options.path), toStdout ? STDOUT_FILENO : file.get(),
+        [&](std::int64_t items, std::int64_t bytes) { progress.show(items, bytes); },
+        options.threads);
     if (result.rootErrno != 0) {
         say("「" + options.path + "」を調べられません: " + reason(result.rootErrno));
         return 1;

@@ -17,13 +17,19 @@ struct ExportWalkResult {
     int rootErrno = 0;   // the root could not be examined: nothing was written
 };
 
-// Walks `root` and writes ncdu's JSON export of it to `outFd` as it goes, in tree order, so
-// memory grows with the depth of the tree and not with its size. The root entry is named
-// `rootName` (the absolute path). The walk never leaves the root's file system: a mount point
-// is written with its device and "excluded":"othfs", not entered. Hard-linked files are written
-// at every name (with ino and nlink, so readers count them once) and counted once in `stats`.
-// `progress` is called every Scanner::kPollInterval items.
+// Walks `root` and writes ncdu's JSON export of it to `outFd` as it goes, in tree order. The
+// root entry is named `rootName` (the absolute path). The walk never leaves the root's file
+// system: a mount point is written with its device and "excluded":"othfs", not entered.
+// Hard-linked files are written at every name (with ino and nlink, so readers count them once)
+// and counted once in `stats`.
+//
+// Up to `threads` threads walk (0: one per processor). A thread that has nothing to do takes
+// over the next folder another one enters, and writes that folder's subtree into a text segment
+// of its own; segments go out in tree order as soon as everything before them has, and a thread
+// whose segment must wait stops once the waiting text passes a fixed bound, so memory stays
+// bounded whatever the number of entries. `progress` is called on the calling thread about
+// every Scanner::kPollInterval items.
 ExportWalkResult exportTree(const std::string& root, const std::string& rootName, int outFd,
-                            const ExportProgress& progress = {});
+                            const ExportProgress& progress = {}, int threads = 0);
 
 }  // namespace kelvane

@@ -41,6 +41,9 @@ class ExportWriter {
     void beginFolder(std::string_view name, const ExportInfo& info);
     void endFolder();
     void item(std::string_view name, const ExportInfo& info);
+    // Writes the separator before an entry whose text another writer produces (a subtree
+    // walked elsewhere), as if that entry had been written here.
+    void elsewhere() { separate(); }
 
     // The name as a JSON string, the way ncdu writes it: '"' and '\' escaped, control characters
     // as \n, \t, ... or \u00XX, DEL as \u007f, and every other byte as it is. Names that are not
