@@ -1,5 +1,7 @@
 #include "scan/exported_tree.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <limits>
 #include <unordered_set>
@@ -9,7 +11,13 @@ namespace kelvane {
 // Turns the reader's entries into the tree's records, totalling folders as they close.
 class ExportedTree::Builder final : public ExportVisitor {
   public:
-    explicit Builder(ExportedTree& tree) : tree_(tree) {}
+    // `textBytes`, when known, is the export's length: the records and names are reserved
+    // from it, so reading does not grow them by doubling, which for a while held the old and
+    // the new copy, twice the tree.
+    Builder(ExportedTree& tree, std::size_t textBytes) : tree_(tree) {
+        tree_.nodes_.reserve(textBytes / kTextPerEntry);
+        tree_.names_.reserve(textBytes / kTextPerName);
+    }
 
     void folder(const ExportEntry& entry) override {
         const Id id = add(entry, kFolder);
@@ -46,8 +54,8 @@ class ExportedTree::Builder final : public ExportVisitor {
     // Places each folder's children side by side in one index, largest first.
     void finish() {
         std::vector<Node>& nodes = tree_.nodes_;
-        nodes.shrink_to_fit();
-        tree_.names_.shrink_to_fit();
+        trim(nodes);
+        trim(tree_.names_);
         std::uint32_t next = 0;
         for (Node& node : nodes) {
             node.firstChild = next;
@@ -72,6 +80,17 @@ class ExportedTree::Builder final : public ExportVisitor {
 
   private:
     static constexpr Id kFull = std::numeric_limits<Id>::max();
+    // An entry takes at least 40 bytes of text in what ncdu and kelvane-scan write ({"name":
+    // "…","asize":…,"dsize":…},\n), and its name rarely more than a sixth of it.
+    static constexpr std::size_t kTextPerEntry = 40;
+    static constexpr std::size_t kTextPerName = 6;
+
+    // Gives back a reservation that turned out much too large; a small excess is not worth the
+    // copy, which would briefly hold the data twice.
+    template <typename T>
+    static void trim(std::vector<T>& values) {
+        if (values.capacity() > values.size() + values.size() / 4) values.shrink_to_fit();
+    }
 
     Id add(const ExportEntry& entry, std::uint8_t flags) {
         std::vector<Node>& nodes = tree_.nodes_;
@@ -114,9 +133,10 @@ class ExportedTree::Builder final : public ExportVisitor {
     bool overflowed_ = false;
 };
 
-std::variant<ExportedTree, ExportError> ExportedTree::load(const Reading& reading) {
+std::variant<ExportedTree, ExportError> ExportedTree::load(const Reading& reading,
+                                                           std::size_t textBytes) {
     ExportedTree tree;
-    Builder builder(tree);
+    Builder builder(tree, textBytes);
     if (std::optional<ExportError> error = reading(builder)) return *std::move(error);
     if (builder.overflowed()) return ExportError{0, "項目が多すぎて読み込めません"};
     builder.finish();
@@ -124,11 +144,15 @@ std::variant<ExportedTree, ExportError> ExportedTree::load(const Reading& readin
 }
 
 std::variant<ExportedTree, ExportError> ExportedTree::read(int fd) {
-    return load([fd](ExportVisitor& visitor) { return readExport(fd, visitor); });
+    struct stat status {};
+    const std::size_t textBytes = ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode)
+                                      ? static_cast<std::size_t>(status.st_size)
+                                      : 0;
+    return load([fd](ExportVisitor& visitor) { return readExport(fd, visitor); }, textBytes);
 }
 
 std::variant<ExportedTree, ExportError> ExportedTree::parse(std::string_view text) {
-    return load([text](ExportVisitor& visitor) { return readExport(text, visitor); });
+    return load([text](ExportVisitor& visitor) { return readExport(text, visitor); }, text.size());
 }
 
 std::string ExportedTree::path(Id id) const {

@@ -57,7 +57,8 @@ class ExportedTree {
     class Builder;
     friend class Builder;
     using Reading = std::function<std::optional<ExportError>(ExportVisitor&)>;
-    static std::variant<ExportedTree, ExportError> load(const Reading& reading);
+    static std::variant<ExportedTree, ExportError> load(const Reading& reading,
+                                                        std::size_t textBytes);
 
     static constexpr std::uint8_t kFolder = 1;
     static constexpr std::uint8_t kReadError = 2;
