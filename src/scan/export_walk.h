@@ -27,8 +27,8 @@ struct ExportWalkResult {
 // over the next folder another one enters, and writes that folder's subtree into a text segment
 // of its own; segments go out in tree order as soon as everything before them has, and a thread
 // whose segment must wait stops once the waiting text passes a fixed bound, so memory stays
-// bounded whatever the number of entries. `progress` is called on the calling thread about
-// every Scanner::kPollInterval items.
+// bounded whatever the number of entries. `progress` is called on the calling thread, every 1024
+// items it examines, with the counts of all threads.
 ExportWalkResult exportTree(const std::string& root, const std::string& rootName, int outFd,
                             const ExportProgress& progress = {}, int threads = 0);
 
