@@ -73,9 +73,7 @@ std::string reason(int error) {
 class ProgressLine {
   public:
     ProgressLine() : enabled_(::isatty(STDERR_FILENO) == 1) {}
-    ~ProgressLine() {
-        if (shown_) std::fputs("\r\033[K", stderr);
-    }
+    ~ProgressLine() { clear(); }
     ProgressLine(const ProgressLine&) = delete;
     ProgressLine& operator=(const ProgressLine&) = delete;
 
@@ -88,6 +86,12 @@ class ProgressLine {
         std::fprintf(stderr, "\r\033[K走査中: %lld 項目, %s", static_cast<long long>(items),
                      Fmt::bytes(bytes).c_str());
         std::fflush(stderr);
+    }
+
+    // Takes the line away before anything else is printed on the terminal it shares.
+    void clear() {
+        if (shown_) std::fputs("\r\033[K", stderr);
+        shown_ = false;
     }
 
   private:
@@ -151,6 +155,7 @@ int measure(const Options& options) {
         options.path, store,
         [&](std::int64_t bytes) { progress.show(++polls * Scanner::kPollInterval, bytes); }, {},
         scanOptions);
+    progress.clear();
     printTotal(stats.bytes, options.path);
     return reportUnreadable(stats.unreadable);
 }
@@ -172,6 +177,7 @@ int exportTo(const Options& options) {
         options.path, absoluteName(options.path), toStdout ? STDOUT_FILENO : file.get(),
         [&](std::int64_t items, std::int64_t bytes) { progress.show(items, bytes); },
         options.threads);
+    progress.clear();
     if (result.rootErrno != 0) {
         say("「" + options.path + "」を調べられません: " + reason(result.rootErrno));
         return 1;
