@@ -2,7 +2,8 @@
 # Checks Kelvane as a user would get it: installs the build into a staging
 # folder and validates the desktop entry and AppStream data, then builds the
 # Debian package, installs it with apt, starts the installed `kelvane` from
-# PATH under Xvfb for a few seconds, and removes the package again.
+# PATH under Xvfb for a few seconds, checks the installed kelvane-scan against
+# du, and removes the package again.
 # Usage: scripts/check-install.sh BUILD_DIR
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -12,7 +13,7 @@ if [ "$(id -u)" -eq 0 ]; then sudo=(); else sudo=(sudo); fi
 stage=$(mktemp -d /tmp/kelvane-stage-XXXXXX)
 trap 'rm -rf "$stage"' EXIT
 cmake --install "$build" --prefix "$stage/usr" >/dev/null
-for f in bin/kelvane share/applications/io.kelvane.Kelvane.desktop \
+for f in bin/kelvane bin/kelvane-scan share/applications/io.kelvane.Kelvane.desktop \
          share/icons/hicolor/scalable/apps/io.kelvane.Kelvane.svg \
          share/metainfo/io.kelvane.Kelvane.metainfo.xml \
          libexec/kelvane/kelvane-admin share/polkit-1/actions/io.kelvane.Kelvane.policy; do
@@ -56,7 +57,14 @@ answer=$(printf '%s\0' "$victim/a b" | /usr/libexec/kelvane/kelvane-admin)
 [ "$answer" = "ok 0" ] && [ ! -e "$victim/a b" ] && [ -e "$victim/kept" ] || {
   echo "installed helper answered '$answer'" >&2; helper_failed=1; }
 rm -rf "$victim"
+# The installed headless scanner, from PATH, agrees with du on a small tree.
+tree=$(mktemp -d /tmp/kelvane-scan-XXXXXX)
+head -c 100000 /dev/zero >"$tree/f" && mkdir "$tree/d" && head -c 5000 /dev/zero >"$tree/d/g"
+ours=$(kelvane-scan "$tree") theirs=$(du -sB1 -x "$tree")
+[ "$ours" = "$theirs" ] || { echo "installed kelvane-scan printed '$ours', du '$theirs'" >&2; scan_failed=1; }
+rm -rf "$tree"
 "${sudo[@]}" apt-get remove -y -qq kelvane >/dev/null
+[ -z "${scan_failed:-}" ] || exit 1
 [ -z "${helper_failed:-}" ] || exit 1
 if [ "$status" -ne 124 ]; then
   echo "installed kelvane exited early with status $status:" >&2

@@ -26,6 +26,9 @@ packages=(
   # the runtimes screen lists and removes Flatpak runtimes; its tests install
   # a repository built offline with the real tool
   flatpak
+  # kelvane-scan's peers: export round trips and speed comparisons; clang for the
+  # export reader's libFuzzer target
+  ncdu gdu clang
 )
 
 missing=()

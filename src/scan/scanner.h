@@ -29,6 +29,10 @@ struct ScanOptions {
     // Most folder descriptors one walking thread keeps open; deeper folders are closed and
     // opened again on the way back up. 0 means a number derived from the descriptor limit.
     int openFolders = 0;
+    // Whether a mount point below the root counts with its own size (and as a folder). The
+    // window counts it, as the file-tree walk it replaced did; `du -x` leaves it out entirely,
+    // and so does kelvane-scan, whose totals must equal du's.
+    bool countMountPoints = true;
 };
 
 // Measures folder trees by allocated size (st_blocks * 512).

@@ -2,9 +2,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <linux/openat2.h>
 #include <sys/resource.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -22,6 +20,7 @@
 #include "core/unique_fd.h"
 #include "scan/folder_stream.h"
 #include "scan/link_owners.h"
+#include "scan/same_mount_folder.h"
 #include "scan/size_store.h"
 #include "scan/thread_budget.h"
 #include "scan/walk_folder.h"
@@ -50,23 +49,6 @@ int defaultOpenFolders() {
     struct rlimit limit {};
     if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return 16;
     return static_cast<int>(std::clamp<rlim_t>(limit.rlim_cur / 64, 4, 32));
-}
-
-// Opens the folder `name` in `dirFd` for listing, unless it is a mount point or a link. With
-// RESOLVE_NO_XDEV the kernel refuses to step onto another mount (bind mounts included) rather
-// than enter it, and since it stops before the mount, an automount point is not triggered
-// either. Kernels without openat2 (before 5.6) get an invalid descriptor every time, and the
-// walk looks at each folder by name first instead.
-UniqueFd openFolderOnSameMount(int dirFd, const char* name) {
-    static std::atomic<bool> unavailable{false};
-    if (unavailable.load(std::memory_order_relaxed)) return {};
-    open_how how{};
-    how.flags = kFolderFlags | O_NOFOLLOW;
-    how.resolve = RESOLVE_NO_XDEV | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
-    const long fd = ::syscall(SYS_openat2, dirFd, name, &how, sizeof how);
-    if (fd >= 0) return UniqueFd(static_cast<int>(fd));
-    if (errno == ENOSYS) unavailable.store(true, std::memory_order_relaxed);
-    return {};
 }
 
 bool sameFolder(int fd, const WalkFolder& folder) {
@@ -99,7 +81,8 @@ class Walk {
           budget_(options.budget != nullptr ? *options.budget : ThreadBudget::process()),
           wantedThreads_(options.threads > 0 ? options.threads : budget_.size()),
           openFolders_(
-              std::max(2, options.openFolders > 0 ? options.openFolders : defaultOpenFolders())) {}
+              std::max(2, options.openFolders > 0 ? options.openFolders : defaultOpenFolders())),
+          countMountPoints_(options.countMountPoints) {}
 
     // Should the walk end early (out of memory, say), the extra threads stop before they are
     // joined, rather than wait for work forever.
@@ -143,6 +126,7 @@ class Walk {
     ThreadBudget& budget_;
     const int wantedThreads_;
     const int openFolders_;
+    const bool countMountPoints_;
 
     LinkOwners links_;
     UniqueFd rootFd_;  // a spare descriptor of the root, to find a folder again from the top
@@ -288,6 +272,10 @@ void Walker::enter(const FolderItem& item, std::uint32_t index, const struct sta
     // A folder that is also one of its own ancestors (a bind mount of an ancestor below it) would
     // be walked forever; it is visited once and counts nothing.
     if ((byName || parent->mayCloseCycle) && parent->isSelfOrAbove(status.st_dev, status.st_ino)) {
+        visit(0);
+        return;
+    }
+    if (!walk_.countMountPoints_ && status.st_dev != walk_.rootDev_) {
         visit(0);
         return;
     }
