@@ -89,6 +89,17 @@ TEST_F(OverviewTest, CardsOverAnEmptyHome) {
     }
     EXPECT_EQ(quick->totalLabel()->accessibleName(), QStringLiteral("選択合計: ") + bytes(0));
     EXPECT_FALSE(quick->deleteButton()->isEnabled());
+    // At the window's narrowest the cards stack rather than run past its
+    // edge, where no scroll bar reaches; with room again they stand side by side.
+    for (const auto& [width, sideBySide] : {std::pair{980, false}, std::pair{1400, true}}) {
+        app->window().resize(width, 760);
+        // The resize, the new arrangement and its layout pass each take a round.
+        for (int i = 0; i < 3; ++i) QCoreApplication::processEvents();
+        EXPECT_EQ(overview()->sideBySide(), sideBySide) << width;
+        const QWidget* tools = overview()->toolsCard();
+        EXPECT_LE(tools->mapTo(overview(), QPoint(tools->width(), 0)).x(), overview()->width())
+            << width;
+    }
 
     model().startInitialScan();
     settle();

@@ -1,8 +1,11 @@
 #include "ui/overview/overview_view.h"
 
+#include <QBoxLayout>
 #include <QHBoxLayout>
 #include <QScrollArea>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 #include "ui/app/model_bridge.h"
 #include "ui/overview/biggest_card.h"
@@ -22,7 +25,7 @@ OverviewView::OverviewView(ModelBridge& bridge, QWidget* parent) : Screen(bridge
     setAccessibleName(QStringLiteral("概要"));
     auto* outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
-    auto* scroll = new QScrollArea(this);
+    auto* scroll = scroll_ = new QScrollArea(this);
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidgetResizable(true);
     scroll->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
@@ -45,7 +48,7 @@ OverviewView::OverviewView(ModelBridge& bridge, QWidget* parent) : Screen(bridge
     disk_ = new DiskCard(bridge_, column);
     stack->addWidget(disk_);
 
-    auto* middle = new QHBoxLayout;
+    auto* middle = middle_ = new QBoxLayout(QBoxLayout::LeftToRight);
     middle->setSpacing(16);
     quickClean_ = new QuickCleanCard(bridge_, column);
     middle->addWidget(quickClean_, 1, Qt::AlignTop);
@@ -67,6 +70,28 @@ OverviewView::OverviewView(ModelBridge& bridge, QWidget* parent) : Screen(bridge
 void OverviewView::showEvent(QShowEvent* event) {
     Screen::showEvent(event);
     quickClean_->tickAllIfEmpty();
+    arrange();
+}
+
+void OverviewView::resizeEvent(QResizeEvent* event) {
+    Screen::resizeEvent(event);
+    arrange();
+}
+
+bool OverviewView::sideBySide() const {
+    return middle_->direction() == QBoxLayout::LeftToRight;
+}
+
+void OverviewView::arrange() {
+    // The page's margins, both cards at their narrowest and the gap between
+    // them; with less room than that the cards stack instead of running past
+    // the window's edge, where no scroll bar would reach them.
+    const int needed =
+        24 * 2 + quickClean_->minimumSizeHint().width() + middle_->spacing() +
+        std::max(tools_->minimumSizeHint().width(), biggest_->minimumSizeHint().width());
+    const int room = scroll_->viewport()->width();
+    const auto direction = room < needed ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight;
+    if (middle_->direction() != direction) middle_->setDirection(direction);
 }
 
 }  // namespace kelvane

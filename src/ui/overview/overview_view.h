@@ -2,6 +2,9 @@
 
 #include "ui/app/screen.h"
 
+class QBoxLayout;
+class QScrollArea;
+
 namespace kelvane {
 
 class BiggestCard;
@@ -23,10 +26,19 @@ class OverviewView : public Screen {
     BiggestCard* biggestCard() const { return biggest_; }
     LogCard* logCard() const { return log_; }
 
+    // Whether the quick clean and the other cards stand side by side
+    // (they stack when the window is too narrow for both).
+    bool sideBySide() const;
+
   protected:
     void showEvent(QShowEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
   private:
+    void arrange();
+
+    QScrollArea* scroll_;
+    QBoxLayout* middle_;
     DiskCard* disk_;
     QuickCleanCard* quickClean_;
     ToolsCard* tools_;
