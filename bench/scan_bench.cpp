@@ -30,6 +30,8 @@
 #include <utility>
 #include <vector>
 
+#include "bench_median.h"
+#include "core/unique_fd.h"
 #include "scan/entry_lister.h"
 #include "scan/scanner.h"
 #include "scan/size_store.h"
@@ -47,31 +49,6 @@ double secondsOf(const std::function<void()>& work) {
     work();
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
-
-template <typename T>
-T median(std::vector<T> values) {
-    std::sort(values.begin(), values.end());
-    const std::size_t n = values.size();
-    if (n % 2 == 1) return values[n / 2];
-    return (values[n / 2 - 1] + values[n / 2]) / 2;
-}
-
-class UniqueFd {
-  public:
-    explicit UniqueFd(int fd = -1) : fd_(fd) {}
-    UniqueFd(UniqueFd&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-    UniqueFd(const UniqueFd&) = delete;
-    UniqueFd& operator=(const UniqueFd&) = delete;
-    UniqueFd& operator=(UniqueFd&&) = delete;
-    ~UniqueFd() { reset(); }
-    int get() const { return fd_; }
-    void reset() {
-        if (fd_ >= 0) (void)::close(std::exchange(fd_, -1));
-    }
-
-  private:
-    int fd_;
-};
 
 // Runs du on `root` and returns the byte total it prints, or nothing when it fails.
 std::optional<std::int64_t> duBytes(const std::string& root) {

@@ -21,6 +21,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_median.h"
 #include "scan/entry_lister.h"
 #include "scan/size_store.h"
 
@@ -28,12 +29,6 @@ namespace kelvane {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    const std::size_t n = values.size();
-    return n % 2 == 1 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
-}
 
 // The resident-memory high-water mark since the last reset, in MiB (-1 when unknown).
 double peakResidentMegabytes() {

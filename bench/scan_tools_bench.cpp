@@ -33,6 +33,7 @@
 #include <variant>
 #include <vector>
 
+#include "bench_median.h"
 #include "scan/exported_tree.h"
 
 extern char** environ;
@@ -41,14 +42,6 @@ namespace kelvane {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-template <typename T>
-T median(std::vector<T> values) {
-    std::sort(values.begin(), values.end());
-    const std::size_t n = values.size();
-    if (n % 2 == 1) return values[n / 2];
-    return (values[n / 2 - 1] + values[n / 2]) / 2;
-}
 
 struct ChildRun {
     double seconds = -1;

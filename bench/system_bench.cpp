@@ -24,6 +24,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_median.h"
 #include "system/cleaner.h"
 #include "system/deletion_progress.h"
 #include "system/shell.h"
@@ -40,11 +41,6 @@ double millisecondsOf(const std::function<void()>& work) {
     const auto start = Clock::now();
     work();
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
 }
 
 void makeTree(const std::string& root, int files) {
