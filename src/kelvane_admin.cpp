@@ -57,10 +57,8 @@ int snapshots(const std::string& what) {
     const auto wanted = SnapshotTools::decode(request);
     if (!wanted) return 2;
     DeletionRules::Locator locator(askingUser());
-    std::vector<std::optional<std::string>> errors;
-    for (const LocalSnapshot& snapshot : *wanted) {
-        errors.push_back(SnapshotTools::deleteAsRoot(snapshot, locator));
-    }
+    const std::vector<std::optional<std::string>> errors =
+        SnapshotTools::deleteAllAsRoot(*wanted, locator);
     const std::string answer = SnapshotTools::encodeResults(errors, SnapshotTools::listAsRoot());
     if (!FdIo::writeAll(STDOUT_FILENO, answer)) return 2;
     return std::all_of(errors.begin(), errors.end(), [](const auto& e) { return !e; }) ? 0 : 1;

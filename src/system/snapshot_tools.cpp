@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -172,9 +173,24 @@ std::vector<LocalSnapshot> SnapshotTools::listAsRoot(const Programs& programs) {
     return found;
 }
 
-std::optional<std::string> SnapshotTools::deleteAsRoot(const LocalSnapshot& snapshot,
-                                                       DeletionRules::Locator& locator,
-                                                       const Programs& programs) {
+namespace {
+
+// The configurations Snapper knows, read once per batch.
+std::set<std::string> snapperConfigs(const std::string& snapper) {
+    const ShellResult configs = Shell::run(snapper, {"--no-dbus", "--csvout", "list-configs"});
+    std::set<std::string> names;
+    for (std::size_t at = 0; at < configs.out.size();) {
+        const std::size_t end = std::min(configs.out.find('\n', at), configs.out.size());
+        const std::string line = configs.out.substr(at, end - at);
+        names.insert(line.substr(0, line.find(',')));
+        at = end + 1;
+    }
+    return names;
+}
+
+std::optional<std::string> deleteOne(const LocalSnapshot& snapshot, DeletionRules::Locator& locator,
+                                     const SnapshotTools::Programs& programs,
+                                     const std::set<std::string>& configs) {
     switch (snapshot.maker) {
         case Maker::snapper: {
             // Only a number of a configuration Snapper knows; never 0, the
@@ -183,16 +199,7 @@ std::optional<std::string> SnapshotTools::deleteAsRoot(const LocalSnapshot& snap
                 !snapshot.number.empty() &&
                 snapshot.number.find_first_not_of("0123456789") == std::string::npos &&
                 snapshot.number.find_first_not_of('0') != std::string::npos;
-            const ShellResult configs =
-                Shell::run(programs.snapper, {"--no-dbus", "--csvout", "list-configs"});
-            bool known = false;
-            for (std::size_t at = 0; at < configs.out.size();) {
-                const std::size_t end = configs.out.find('\n', at);
-                const std::string line = configs.out.substr(at, end - at);
-                if (line.substr(0, line.find(',')) == snapshot.config) known = true;
-                at = end == std::string::npos ? configs.out.size() : end + 1;
-            }
-            if (!number || !known || snapshot.config.empty()) {
+            if (!number || configs.count(snapshot.config) == 0 || snapshot.config.empty()) {
                 return "Snapper の設定 " + snapshot.config + " にスナップショット " +
                        snapshot.number + " はありません";
             }
@@ -226,6 +233,28 @@ std::optional<std::string> SnapshotTools::deleteAsRoot(const LocalSnapshot& snap
             return std::nullopt;
     }
     return "不明な種類のスナップショットです";
+}
+
+}  // namespace
+
+std::vector<std::optional<std::string>> SnapshotTools::deleteAllAsRoot(
+    const std::vector<LocalSnapshot>& snapshots, DeletionRules::Locator& locator,
+    const Programs& programs) {
+    const bool anySnapper = std::any_of(snapshots.begin(), snapshots.end(),
+                                        [](const auto& s) { return s.maker == Maker::snapper; });
+    const std::set<std::string> configs =
+        anySnapper ? snapperConfigs(programs.snapper) : std::set<std::string>{};
+    std::vector<std::optional<std::string>> errors;
+    for (const LocalSnapshot& snapshot : snapshots) {
+        errors.push_back(deleteOne(snapshot, locator, programs, configs));
+    }
+    return errors;
+}
+
+std::optional<std::string> SnapshotTools::deleteAsRoot(const LocalSnapshot& snapshot,
+                                                       DeletionRules::Locator& locator,
+                                                       const Programs& programs) {
+    return deleteAllAsRoot({snapshot}, locator, programs).front();
 }
 
 SnapshotTools::AdminListing SnapshotTools::listThroughHelper(const std::string& elevator,

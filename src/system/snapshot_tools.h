@@ -51,6 +51,12 @@ std::optional<std::string> deleteAsRoot(const LocalSnapshot& snapshot,
                                         DeletionRules::Locator& locator,
                                         const Programs& programs = {});
 
+// The same for a batch, in order: what Snapper knows is asked once.
+std::vector<std::optional<std::string>> deleteAllAsRoot(const std::vector<LocalSnapshot>& snapshots,
+                                                        DeletionRules::Locator& locator,
+                                                        const Programs& programs = {});
+
+
 // The app's side of the helper, started through `elevator` (pkexec; empty:
 // directly, as tests do). One password prompt each.
 struct AdminListing {
