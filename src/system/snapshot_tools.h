@@ -56,7 +56,6 @@ std::vector<std::optional<std::string>> deleteAllAsRoot(const std::vector<LocalS
                                                         DeletionRules::Locator& locator,
                                                         const Programs& programs = {});
 
-
 // The app's side of the helper, started through `elevator` (pkexec; empty:
 // directly, as tests do). One password prompt each.
 struct AdminListing {
