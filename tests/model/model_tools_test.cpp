@@ -37,20 +37,11 @@ TEST_F(ModelTest, ToolFlowsReportInOurOwnWords) {
         if (now && !scanning[id]) ++scans[id];
         scanning[id] = now;
     });
-    const SimRuntime flatpak{"runtime/org.gnome.Platform/x86_64/46",
-                             "org.gnome.Platform 46",
-                             "46",
-                             "x86_64",
-                             "Flatpak",
-                             6'543'210'000,
-                             "user",
-                             {},
-                             true};
-    const SimRuntime snap{"core22",   "core22 20240111 (リビジョン 1122)",
-                          "20240111", "1122",
-                          "Snap",     77'000'000,
-                          "",         {},
-                          true};
+    const SimRuntime flatpak("runtime/org.gnome.Platform/x86_64/46", "org.gnome.Platform 46", "46",
+                             "x86_64", "Flatpak", 6'543'210'000, "user", std::vector<std::string>{},
+                             true);
+    const SimRuntime snap("core22", "core22 20240111 (リビジョン 1122)", "20240111", "1122", "Snap",
+                          77'000'000, "", std::vector<std::string>{}, true);
     struct Flow {
         std::function<void()> ask;
         std::string message;  // a piece of the confirmation's message

@@ -73,8 +73,7 @@ TEST(ExportedTree, NamesSurviveTheWriterAndTheReaderByteForByte) {
     writer.endFolder();
     writer.footer();
     const ExportedTree tree = treeOf(text);
-    std::vector<std::string> read = childNames(tree, tree.root());
-    EXPECT_EQ(read, names);
+    EXPECT_EQ(childNames(tree, tree.root()), names);
 }
 
 TEST(ExportedTree, DamagedExportsAreRefusedWithWhereAndWhy) {

@@ -7,8 +7,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <fstream>
-#include <sstream>
 
 extern char** environ;
 
@@ -62,13 +60,6 @@ ToolRun runTool(const std::vector<std::string>& argv, const std::string& input) 
     run.out = drain(out);
     run.err = drain(err);
     return run;
-}
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
 }
 
 }  // namespace kelvane::test

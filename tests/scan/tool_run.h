@@ -16,7 +16,4 @@ struct ToolRun {
 // outputs through files, so a talkative program cannot block on a full pipe.
 ToolRun runTool(const std::vector<std::string>& argv, const std::string& input = {});
 
-// The file's bytes; empty when it cannot be read.
-std::string readFile(const std::string& path);
-
 }  // namespace kelvane::test

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include "support/run_as_test_user.h"
 
@@ -88,6 +89,12 @@ bool TempTree::symlink(const std::string& target, const std::string& relative) c
 bool TempTree::hardlink(const std::string& existing, const std::string& relative) const {
     const std::string p = *this / relative;
     return ok(::link((*this / existing).c_str(), p.c_str()), "link " + p);
+}
+
+std::string readFile(const std::string& path) {
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
 }
 
 bool exists(const std::string& path) {

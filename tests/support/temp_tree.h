@@ -31,6 +31,9 @@ class TempTree {
 // Writes a file of `bytes` bytes at `path`, creating the folders above it.
 void writeFileOfSize(const std::string& path, std::size_t bytes);
 
+// The file's bytes; empty when it cannot be read.
+std::string readFile(const std::string& path);
+
 // Whether the item itself exists, links not followed.
 bool exists(const std::string& path);
 

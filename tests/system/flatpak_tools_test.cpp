@@ -28,15 +28,9 @@ TEST(FlatpakParse, ReadsTheToolsPipedListings) {
         "org.freedesktop.Platform.GL.default/aarch64/23.08-extra",
         "system");
     ASSERT_EQ(runtimes.size(), 3u);
-    const SimRuntime test{"runtime/org.kelvane.TestPlatform/x86_64/1.0",
-                          "org.kelvane.TestPlatform 1.0",
-                          "1.0",
-                          "x86_64",
-                          "Flatpak",
-                          0,
-                          "system",
-                          {},
-                          true};
+    const SimRuntime test("runtime/org.kelvane.TestPlatform/x86_64/1.0",
+                          "org.kelvane.TestPlatform 1.0", "1.0", "x86_64", "Flatpak", 0, "system",
+                          std::vector<std::string>{}, true);
     EXPECT_EQ(runtimes[0], test);
     EXPECT_EQ(runtimes[1].id, "runtime/org.kelvane.UnusedPlatform/x86_64/1.0");
     EXPECT_EQ(runtimes[2].name, "org.freedesktop.Platform.GL.default 23.08-extra");

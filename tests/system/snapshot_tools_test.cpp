@@ -115,8 +115,9 @@ class BtrfsVolume : public ::testing::Test {
         for (const char* tool : {"/usr/bin/btrfs", "/usr/sbin/mkfs.btrfs", "/usr/bin/snapper"}) {
             if (::access(tool, X_OK) != 0) GTEST_SKIP() << tool << " is not installed";
         }
+        // $S is this test's own Snapper configuration.
         const std::string setup =
-            "set -e; cd " + dir.path() +
+            "set -e; S='" + snapper + "'; cd " + dir.path() +
             "; truncate -s 300M img; mkfs.btrfs -q -f img; mkdir mnt;"
             " mount -o loop img mnt; btrfs quota enable mnt; btrfs -q subvolume create mnt/data;"
             " head -c 3000000 /dev/urandom > mnt/data/a;"
@@ -124,15 +125,9 @@ class BtrfsVolume : public ::testing::Test {
             " head -c 2000000 /dev/urandom > mnt/data/b;"
             " btrfs -q subvolume snapshot mnt/data mnt/rw-snap;"
             " btrfs -q subvolume create mnt/plain; btrfs property set mnt/plain ro true;"
-            " mkdir mnt/folder; snapper --no-dbus -c " +
-            config +
-            " create-config mnt/data;"
-            " head -c 2500000 /dev/urandom > mnt/data/c;"
-            " snapper --no-dbus -c " +
-            config +
-            " create -d 'before'; rm mnt/data/c;"
-            " snapper --no-dbus -c " +
-            config + " create -d 'after'; btrfs quota rescan -w mnt";
+            " mkdir mnt/folder; $S create-config mnt/data;"
+            " head -c 2500000 /dev/urandom > mnt/data/c; $S create -d 'before'; rm mnt/data/c;"
+            " $S create -d 'after'; btrfs quota rescan -w mnt";
         const ShellResult made = test::sh(setup);
         mounted = true;
         ASSERT_EQ(made.status, 0) << made.out << made.err;
@@ -140,7 +135,7 @@ class BtrfsVolume : public ::testing::Test {
     }
     void TearDown() override {
         if (!mounted) return;
-        test::sh("snapper --no-dbus -c " + config + " delete-config; umount -l " + dir / "mnt");
+        test::sh(snapper + " delete-config; umount -l " + dir / "mnt");
     }
 
     std::vector<LocalSnapshot> mine(const std::vector<LocalSnapshot>& all) const {
@@ -153,6 +148,7 @@ class BtrfsVolume : public ::testing::Test {
 
     test::TempTree dir;
     std::string config = "kelvane-test-" + std::to_string(::getpid());
+    std::string snapper = "snapper --no-dbus -c " + config;
     std::string mount;
     bool mounted = false;
 };

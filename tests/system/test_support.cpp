@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <sstream>
 #include <stdexcept>
 
 #include "system/shell.h"
@@ -14,12 +13,6 @@ namespace kelvane::test {
 void writeFile(const std::string& path, const std::string& content) {
     std::ofstream file(path, std::ios::binary);
     if (!(file << content)) throw std::runtime_error("cannot write " + path);
-}
-
-std::string readFile(const std::string& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
 }
 
 void makeFolder(const std::string& path) {

@@ -11,7 +11,6 @@
 namespace kelvane::test {
 
 void writeFile(const std::string& path, const std::string& content);
-std::string readFile(const std::string& path);
 void makeFolder(const std::string& path);
 // An executable /bin/sh script `folder`/`name` running `body`.
 std::string writeScript(const std::string& folder, const std::string& name,

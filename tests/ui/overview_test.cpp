@@ -61,18 +61,19 @@ class OverviewTest : public UiTest {
         return nullptr;
     }
 
-    static SimRuntime runtime(std::string name, std::string platform, std::int64_t size,
+    static SimRuntime runtime(const std::string& name, std::string platform, std::int64_t size,
                               std::string installation, std::vector<std::string> usedBy) {
         const bool deletable = usedBy.empty();
-        return SimRuntime{"runtime/" + name + "/x86_64/1.0",
-                          name + " 1.0",
-                          "1.0",
-                          "x86_64",
-                          std::move(platform),
-                          size,
-                          std::move(installation),
-                          std::move(usedBy),
-                          deletable};
+        return SimRuntime("runtime/" + name + "/x86_64/1.0", name + " 1.0", "1.0", "x86_64",
+                          std::move(platform), size, std::move(installation), std::move(usedBy),
+                          deletable);
+    }
+
+    // A folder category over the home's folder `id`, in the cache group.
+    CleanCategory folderRow(const std::string& id, const std::string& name, bool quick,
+                            const std::string& group = "キャッシュ") {
+        return {id,         group, name, "folder", "", Risk::safe, CategoryKind::folders,
+                {path(id)}, true,  quick};
     }
 };
 
@@ -194,9 +195,7 @@ TEST_F(OverviewTest, QuickCleanAndBiggestFollowTheScansAndTheTicks) {
     // empty file is a root of 0 bytes; "absent" is nowhere.
     std::vector<CleanCategory> rows;
     const auto add = [&](const std::string& id, const std::string& group, bool quick) {
-        const std::vector<std::string> patterns{path(id)};
-        rows.push_back({id, group, "名前 " + id, "folder", "", Risk::safe, CategoryKind::folders,
-                        patterns, true, quick});
+        rows.push_back(folderRow(id, "名前 " + id, quick, group));
     };
     for (const auto& [id, blocks] : std::vector<std::pair<std::string, int>>{
              {"small", 1}, {"tie_a", 3}, {"big", 9}, {"mid", 5}, {"tie_b", 3}, {"large", 7}}) {
@@ -271,18 +270,7 @@ TEST_F(OverviewTest, UnreadableFoldersAreCountedWhereTheSizesShow) {
     for (const char* folder : {"a/locked", "a/shut", "b/locked"})
         ASSERT_EQ(::chmod(path(folder).c_str(), 0), 0);
     std::vector<CleanCategory> rows;
-    for (const char* id : {"a", "b", "c"}) {
-        rows.push_back({id,
-                        "キャッシュ",
-                        id,
-                        "folder",
-                        "",
-                        Risk::safe,
-                        CategoryKind::folders,
-                        {path(id)},
-                        true,
-                        false});
-    }
+    for (const char* id : {"a", "b", "c"}) rows.push_back(folderRow(id, id, false));
     launch(rows);
     settle();
     const QWidget* note = overview()->biggestCard()->unreadableNote();
@@ -314,12 +302,11 @@ TEST_F(OverviewTest, ToolScreensListsLoadWithTheirOwnReloadAndEveryDeletionAsks)
     EXPECT_EQ(rows(snapshots), Rows{{"ローカルスナップショットはありません"}});
     EXPECT_FALSE(snapshots->deleteAllButton()->isEnabled());
     // "更新" reloads; while it runs only "取得中…" shows, though the old list is held.
-    services->snapshotList = {{LocalSnapshot::Maker::snapper, "root", "1", "",
-                               "/.snapshots/1/snapshot", "2024-05-01 10:11:12", "", 4096},
-                              {LocalSnapshot::Maker::snapper, "root", "2", "",
-                               "/.snapshots/2/snapshot", "2024-05-02 10:11:12", "", 4096},
-                              {LocalSnapshot::Maker::snapper, "root", "3", "",
-                               "/.snapshots/3/snapshot", "2024-05-03 10:11:12", "", 4096}};
+    for (const std::string n : {"1", "2", "3"}) {
+        services->snapshotList.push_back({LocalSnapshot::Maker::snapper, "root", n, "",
+                                          "/.snapshots/" + n + "/snapshot",
+                                          "2024-05-0" + n + " 10:11:12", "", 4096});
+    }
     reload()->trigger();
     settle();
     ASSERT_EQ(rows(snapshots).size(), 3u);
