@@ -12,7 +12,6 @@
 
 #include "core/path_text.h"
 #include "system/cleaner.h"
-#include "system/protected_roots.h"
 #include "test_support.h"
 
 namespace kelvane {
@@ -47,31 +46,23 @@ TEST(ProtectedRoots, TheHomeFolderAndTheFoldersAboveItAreRefusedTheirContentsAre
     ASSERT_EQ(::symlink(home.c_str(), (dir / "to-home").c_str()), 0);
     const test::ScopedEnv homeVariable("HOME", home);
     const test::ScopedEnv data("XDG_DATA_HOME", home + "/.local/share");
-    const std::vector<std::string> refused{
-        home, above, home + "/", dir / "to-home/../me", home + "/cache/..", "/"};
-    // "x/.." is refused as a name before anything else: only the others
-    // reach the rule, and they must all be stopped by it.
-    const std::vector<std::string> byRule{home, above, home + "/", "/"};
-
+    // Spelled with a trailing slash, or through a link and "..", it is still
+    // the same folder.
+    const std::vector<std::string> refused{home, above, home + "/", dir / "to-home/../me", "/"};
     for (const bool permanent : {true, false}) {
-        SCOPED_TRACE(permanent);
-        EXPECT_EQ(allRefused(Cleaner::deleteItems(byRule, permanent, kNoSize), byRule.size()), "");
-        const DeleteOutcome dotted = Cleaner::deleteItems(refused, permanent, kNoSize);
-        EXPECT_TRUE(dotted.deleted.empty());
-        EXPECT_TRUE(dotted.permissionDenied().empty());
+        EXPECT_EQ(allRefused(Cleaner::deleteItems(refused, permanent, kNoSize), refused.size()), "")
+            << permanent;
     }
-    const AdminDeleteResult admin =
-        Cleaner::deleteAsAdminVia("", KELVANE_TEST_ADMIN_HELPER, byRule);
-    EXPECT_EQ(allRefused(admin.outcome, byRule.size()), "");
-    EXPECT_TRUE(exists(home + "/cache/blob"));
-
-    const ProtectedRoots roots(home);
-    for (const std::string& path : byRule) EXPECT_TRUE(roots.containsPath(path)) << path;
-    for (const std::string& path : {home + "/cache", dir / "to-home", std::string("/usr/share")})
-        EXPECT_FALSE(roots.containsPath(path)) << path;
-    EXPECT_EQ(Cleaner::deleteItems({home + "/cache"}, true, kNoSize).failures.size(), 0u);
+    EXPECT_EQ(allRefused(Cleaner::deleteAsAdminVia("", KELVANE_TEST_ADMIN_HELPER, refused).outcome,
+                         refused.size()),
+              "");
+    // A link to the home folder is only a link, and it goes like the contents.
+    EXPECT_EQ(
+        Cleaner::deleteItems({home + "/cache", dir / "to-home"}, true, kNoSize).failures.size(),
+        0u);
     EXPECT_EQ(Cleaner::deleteItems({home + "/old.log"}, false, kNoSize).failures.size(), 0u);
-    EXPECT_FALSE(exists(home + "/cache") || exists(home + "/old.log"));
+    EXPECT_TRUE(exists(home));
+    EXPECT_FALSE(exists(home + "/cache") || exists(home + "/old.log") || exists(dir / "to-home"));
 }
 
 // Inside a throw-away root (a tmpfs, in a mount namespace of its own, with
