@@ -175,7 +175,10 @@ int exportTo(const Options& options) {
     ProgressLine progress;
     const ExportWalkResult result = exportTree(
         options.path, absoluteName(options.path), toStdout ? STDOUT_FILENO : file.get(),
-        [&](std::int64_t items, std::int64_t bytes) { progress.show(items, bytes); },
+        [&](std::int64_t items, std::int64_t bytes) {
+            progress.show(items, bytes);
+            return true;
+        },
         options.threads);
     progress.clear();
     if (result.rootErrno != 0) {

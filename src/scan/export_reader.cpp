@@ -21,7 +21,8 @@ constexpr std::uint64_t kSizeLimit = std::numeric_limits<std::int64_t>::max();
 // Bytes from a descriptor, a chunk at a time, or from memory; tells where each byte was.
 class Source {
   public:
-    explicit Source(int fd) : fd_(fd), chunk_(std::make_unique<char[]>(kChunkBytes)) {}
+    Source(int fd, const ReadProgress& progress)
+        : fd_(fd), chunk_(std::make_unique<char[]>(kChunkBytes)), progress_(progress) {}
     explicit Source(std::string_view text)
         : fd_(-1), base_(text.data()), at_(text.data()), end_(text.data() + text.size()) {}
 
@@ -43,6 +44,7 @@ class Source {
 
     const int fd_;
     std::unique_ptr<char[]> chunk_;
+    ReadProgress progress_;
     const char* base_ = nullptr;  // where the bytes in hand begin
     const char* at_ = nullptr;
     const char* end_ = nullptr;
@@ -59,6 +61,7 @@ bool Source::refill() {
         if (n < 0) readErrno_ = errno;
         base_ = at_ = chunk_.get();
         end_ = at_ + (n > 0 ? n : 0);
+        if (n > 0 && progress_) progress_(passed_ + static_cast<std::uint64_t>(n));
         return n > 0;
     }
 }
@@ -70,6 +73,7 @@ class Parser {
 
   private:
     bool document();
+    bool metadata();
     bool tree();
     bool info(ExportEntry& entry);
     bool string(std::string& out);
@@ -136,11 +140,52 @@ bool Parser::document() {
     if (!unsignedNumber(10000, minor, "版数") || !expect(',')) return false;
     space();
     if (in_.peek() != '{') return unexpected("メタデータのオブジェクト");
-    if (!skipValue() || !expect(',')) return false;
+    if (!metadata() || !expect(',')) return false;
     if (!tree() || !expect(']')) return false;
     space();
     if (in_.peek() >= 0) return fail("エクスポートの後に余分なデータがあります");
     if (in_.readErrno() != 0) return fail("");
+    return true;
+}
+
+// The metadata object. What it says is only a label for the reader, so a program name that is
+// not a string or a time that is not a whole number is passed over rather than refused.
+bool Parser::metadata() {
+    ExportMetadata said;
+    in_.get();  // the '{'
+    std::string key;
+    space();
+    if (in_.peek() == '}') {
+        in_.get();
+        visitor_.metadata(said);
+        return true;
+    }
+    for (;;) {
+        space();
+        if (in_.peek() != '"') return unexpected("キーの文字列");
+        if (!string(key) || !expect(':')) return false;
+        space();
+        bool ok = true;
+        const int c = in_.peek();
+        if (key == "timestamp" && c >= '0' && c <= '9') {
+            std::uint64_t seconds = 0;
+            ok = unsignedNumber(kSizeLimit, seconds, key);
+            said.timestamp = static_cast<std::int64_t>(seconds);
+        } else if (key == "progname" && c == '"') {
+            ok = string(said.progname);
+        } else {
+            ok = skipValue();
+        }
+        if (!ok) return false;
+        space();
+        const int next = in_.get();
+        if (next == '}') break;
+        if (next != ',') {
+            if (next >= 0) return fail(in_.offset() - 1, "「,」か「}」が必要です");
+            return unexpected("「,」か「}」");
+        }
+    }
+    visitor_.metadata(said);
     return true;
 }
 
@@ -463,8 +508,9 @@ bool Parser::skipValue() {
 
 }  // namespace
 
-std::optional<ExportError> readExport(int fd, ExportVisitor& visitor) {
-    Source source(fd);
+std::optional<ExportError> readExport(int fd, ExportVisitor& visitor,
+                                      const ReadProgress& progress) {
+    Source source(fd, progress);
     return Parser(source, visitor).run();
 }
 

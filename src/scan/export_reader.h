@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,11 +23,20 @@ struct ExportEntry {
     bool excluded = false;  // left out by the writer: another file system, a pattern, ...
 };
 
+// What the export says about itself: the program that wrote it and when (seconds since the
+// epoch). Either may be missing; the reader does not insist on either.
+struct ExportMetadata {
+    std::string progname;
+    std::optional<std::int64_t> timestamp;
+};
+
 // Receives an export's entries in document order: a folder, then everything in it, then
 // leave(). The root is the first folder (or the only file).
 class ExportVisitor {
   public:
     virtual ~ExportVisitor() = default;
+    // Before the entries.
+    virtual void metadata(const ExportMetadata&) {}
     virtual void folder(const ExportEntry& entry) = 0;
     virtual void file(const ExportEntry& entry) = 0;
     virtual void leave() = 0;
@@ -43,7 +53,10 @@ struct ExportError {
 // read. Nesting of any depth costs no stack. Unknown keys are skipped. Bytes outside the ASCII
 // range inside strings are kept as they are, so names that are not UTF-8 arrive unchanged.
 // Returns the first problem found; the visitor may have seen entries before it.
-std::optional<ExportError> readExport(int fd, ExportVisitor& visitor);
+// `progress`, when given, hears the bytes read so far after each chunk read from `fd`.
+using ReadProgress = std::function<void(std::uint64_t bytesRead)>;
+std::optional<ExportError> readExport(int fd, ExportVisitor& visitor,
+                                      const ReadProgress& progress = {});
 std::optional<ExportError> readExport(std::string_view text, ExportVisitor& visitor);
 
 }  // namespace kelvane

@@ -149,7 +149,12 @@ class ExportRun {
         bytes_.fetch_add(bytes, std::memory_order_relaxed);
     }
     void report() {
-        if (progress_) progress_(items_.load(std::memory_order_relaxed), bytes_.load());
+        if (progress_ && !progress_(items_.load(std::memory_order_relaxed), bytes_.load())) {
+            const std::lock_guard guard(mutex_);
+            int none = 0;
+            writeErrno_.compare_exchange_strong(none, ECANCELED);
+            changed_.notify_all();
+        }
     }
     bool stopping() const { return writeErrno_.load(std::memory_order_relaxed) != 0; }
 
@@ -436,8 +441,13 @@ void UnitWalker::commit(bool finished) {
 
 }  // namespace
 
-ExportWalkResult exportTree(const std::string& root, const std::string& rootName, int outFd,
-                            const ExportProgress& progress, int threads) {
+namespace {
+
+// One root's entry of an export, between the text that comes before it and the text after it.
+// When the root cannot be examined nothing is written and `before` is left as it was.
+ExportWalkResult exportEntry(const std::string& root, const std::string& rootName, int outFd,
+                             const ExportProgress& progress, int threads, std::string& before,
+                             std::string after, std::optional<dev_t> parentDev = std::nullopt) {
     ExportWalkResult result;
     struct stat status {};
     // A root that is a link is followed, as the window's scan follows it.
@@ -446,15 +456,13 @@ ExportWalkResult exportTree(const std::string& root, const std::string& rootName
         return result;
     }
     ExportInfo info = ExportInfo::of(status);
-    info.dev = status.st_dev;
-    std::string head;
-    ExportWriter writer(head);
-    writer.header(KELVANE_VERSION, std::time(nullptr));
+    if (parentDev != status.st_dev) info.dev = status.st_dev;
+    ExportWriter writer(before);
     if (!S_ISDIR(status.st_mode)) {
         writer.item(rootName, info);
-        writer.footer();
+        before += after;
         ExportRun run(outFd, progress, status.st_dev, false);
-        run.append(run.lastSegment(), head, true);
+        run.append(run.lastSegment(), before, true);
         result = run.result();
         result.stats = ScanStats{allocatedBytes(status), 1, 0, 0};
         return result;
@@ -467,16 +475,146 @@ ExportWalkResult exportTree(const std::string& root, const std::string& rootName
     const bool fills = FolderStream::fillsEachRead(fd.get());
     ExportRun run(outFd, progress, status.st_dev, fills);
     const SegmentList::iterator first = run.lastSegment();
-    run.append(first, head, false);
+    run.append(first, before, false);
     run.addCounts(0, 1, 0);
     run.addProgress(0, allocatedBytes(status));
     if (threads <= 0) threads = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
-    // The root's segment ends with the root folder; the document's closing "]" follows alone.
+    // The root's segment ends with the root folder; what follows it goes alone.
     run.run(Unit{std::move(fd), rootName, info, status.st_dev, status.st_ino, first}, threads);
-    std::string footer;
-    ExportWriter(footer).footer();
-    if (!run.stopping()) run.append(run.lastSegment(), footer, true);
+    if (!run.stopping() && !after.empty()) run.append(run.lastSegment(), after, true);
     return run.result();
+}
+
+std::string documentStart() {
+    std::string text;
+    ExportWriter(text).header(KELVANE_VERSION, std::time(nullptr));
+    return text;
+}
+
+std::string documentEnd() {
+    std::string text;
+    ExportWriter(text).footer();
+    return text;
+}
+
+// The names of `path` below `above` ("/a/b/c" below "/a": "b", "c").
+std::vector<std::string> namesBelow(const std::string& above, const std::string& path) {
+    std::vector<std::string> names;
+    std::size_t at = above == "/" ? 1 : above.size() + 1;
+    while (at < path.size()) {
+        const std::size_t slash = path.find('/', at);
+        const std::size_t end = slash == std::string::npos ? path.size() : slash;
+        if (end > at) names.push_back(path.substr(at, end - at));
+        at = end + 1;
+    }
+    return names;
+}
+
+bool within(const std::string& path, const std::string& folder) {
+    if (folder == "/") return true;
+    return path.size() > folder.size() && path.compare(0, folder.size(), folder) == 0 &&
+           path[folder.size()] == '/';
+}
+
+}  // namespace
+
+ExportWalkResult exportTree(const std::string& root, const std::string& rootName, int outFd,
+                            const ExportProgress& progress, int threads) {
+    std::string start = documentStart();
+    return exportEntry(root, rootName, outFd, progress, threads, start, documentEnd());
+}
+
+ExportWalkResult exportRoots(std::vector<std::string> roots, int outFd,
+                             const ExportProgress& progress, int threads) {
+    for (std::string& root : roots) {
+        while (root.size() > 1 && root.back() == '/') root.pop_back();
+    }
+    std::sort(roots.begin(), roots.end());
+    roots.erase(std::unique(roots.begin(), roots.end()), roots.end());
+    // Sorted, a root inside another comes right after it or after others inside it.
+    std::vector<std::string> outer;
+    for (const std::string& root : roots) {
+        if (outer.empty() || !within(root, outer.back())) outer.push_back(root);
+    }
+    ExportWalkResult total;
+    if (outer.empty()) {
+        total.rootErrno = ENOENT;
+        return total;
+    }
+    if (outer.size() == 1) return exportTree(outer.front(), outer.front(), outFd, progress, threads);
+
+    std::string shared = outer.front();
+    while (!std::all_of(outer.begin(), outer.end(),
+                        [&](const std::string& root) { return within(root, shared); })) {
+        const std::size_t slash = shared.rfind('/');
+        shared = slash == 0 ? "/" : shared.substr(0, slash);
+    }
+    struct stat status {};
+    if (::stat(shared.c_str(), &status) != 0) {
+        total.rootErrno = errno;
+        return total;
+    }
+    // The folders on the way down count nothing; the top one says which device it is on.
+    ExportInfo top;
+    top.dev = status.st_dev;
+    const ExportInfo way;
+
+    std::string text = documentStart();
+    ExportWriter writer(text);
+    writer.beginFolder(shared, top);
+    std::vector<std::string> open;  // folders on the way, below `shared`, open now
+    std::int64_t itemsBefore = 0;
+    std::int64_t bytesBefore = 0;
+    for (const std::string& root : outer) {
+        std::vector<std::string> names = namesBelow(shared, root);
+        const std::string leaf = names.back();
+        names.pop_back();
+        std::size_t common = 0;
+        while (common < open.size() && common < names.size() && open[common] == names[common])
+            ++common;
+        for (; open.size() > common; open.pop_back()) writer.endFolder();
+        for (; open.size() < names.size(); open.push_back(names[open.size()]))
+            writer.beginFolder(names[open.size()], way);
+        const std::string unwritten = text;
+        writer.elsewhere();
+        const ExportProgress shifted = [&](std::int64_t items, std::int64_t bytes) {
+            return !progress || progress(itemsBefore + items, bytesBefore + bytes);
+        };
+        const ExportWalkResult one =
+            exportEntry(root, leaf, outFd, shifted, threads, text, {}, status.st_dev);
+        if (one.rootErrno != 0) {
+            // Gone since it was measured, or closed to us: it stays in the export, unread.
+            text = unwritten;
+            ExportInfo unread = way;
+            unread.readError = true;
+            writer.item(leaf, unread);
+            ++total.stats.unreadable;
+            continue;
+        }
+        total.stats.bytes += one.stats.bytes;
+        total.stats.files += one.stats.files;
+        total.stats.dirs += one.stats.dirs;
+        total.stats.unreadable += one.stats.unreadable;
+        itemsBefore += one.stats.files + one.stats.dirs;
+        bytesBefore += one.stats.bytes;
+        if (one.writeErrno != 0) {
+            total.writeErrno = one.writeErrno;
+            return total;
+        }
+    }
+    for (; !open.empty(); open.pop_back()) writer.endFolder();
+    writer.endFolder();
+    writer.footer();
+    for (std::size_t done = 0; done < text.size();) {
+        const ssize_t n = ::write(outFd, text.data() + done, text.size() - done);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) {
+            total.writeErrno = errno;
+            break;
+        }
+        done += static_cast<std::size_t>(n);
+    }
+    return total;
 }
 
 }  // namespace kelvane

@@ -3,17 +3,18 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "scan/scanner.h"
 
 namespace kelvane {
 
-// Receives the items examined and the bytes counted so far.
-using ExportProgress = std::function<void(std::int64_t items, std::int64_t bytes)>;
+// Receives the items examined and the bytes counted so far; returning false stops the walk.
+using ExportProgress = std::function<bool(std::int64_t items, std::int64_t bytes)>;
 
 struct ExportWalkResult {
     ScanStats stats;     // as Scanner::scan would count with mount points left out
-    int writeErrno = 0;  // the errno of a failed write; the export is then incomplete
+    int writeErrno = 0;  // the errno of a failed write (ECANCELED: stopped); the export is incomplete
     int rootErrno = 0;   // the root could not be examined: nothing was written
 };
 
@@ -31,5 +32,14 @@ struct ExportWalkResult {
 // items it examines, with the counts of all threads.
 ExportWalkResult exportTree(const std::string& root, const std::string& rootName, int outFd,
                             const ExportProgress& progress = {}, int threads = 0);
+
+// The export of several roots (absolute paths) as one tree: the folder they share is the
+// export's root, holding only the way down to each of them, and the folders on those ways count
+// nothing of their own, so the export's total is the roots' total. A root inside another is
+// walked as part of it. A root that cannot be examined is written as an entry with a read error;
+// `rootErrno` is set only when the shared folder cannot be. One root is exported exactly as
+// exportTree does.
+ExportWalkResult exportRoots(std::vector<std::string> roots, int outFd,
+                             const ExportProgress& progress = {}, int threads = 0);
 
 }  // namespace kelvane

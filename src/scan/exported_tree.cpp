@@ -19,6 +19,8 @@ class ExportedTree::Builder final : public ExportVisitor {
         tree_.names_.reserve(textBytes / kTextPerName);
     }
 
+    void metadata(const ExportMetadata& said) override { tree_.metadata_ = said; }
+
     void folder(const ExportEntry& entry) override {
         const Id id = add(entry, kFolder);
         if (id == kFull) return;
@@ -143,12 +145,14 @@ std::variant<ExportedTree, ExportError> ExportedTree::load(const Reading& readin
     return tree;
 }
 
-std::variant<ExportedTree, ExportError> ExportedTree::read(int fd) {
+std::variant<ExportedTree, ExportError> ExportedTree::read(int fd, const ReadProgress& progress) {
     struct stat status {};
     const std::size_t textBytes = ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode)
                                       ? static_cast<std::size_t>(status.st_size)
                                       : 0;
-    return load([fd](ExportVisitor& visitor) { return readExport(fd, visitor); }, textBytes);
+    return load(
+        [fd, &progress](ExportVisitor& visitor) { return readExport(fd, visitor, progress); },
+        textBytes);
 }
 
 std::variant<ExportedTree, ExportError> ExportedTree::parse(std::string_view text) {
@@ -164,6 +168,29 @@ std::string ExportedTree::path(Id id) const {
         out += name(*it);
     }
     return out;
+}
+
+std::optional<ExportedTree::Id> ExportedTree::find(std::string_view path) const {
+    const std::string_view top = name(root());
+    if (path.substr(0, top.size()) != top) return std::nullopt;
+    path.remove_prefix(top.size());
+    // Below a root named "/" the first name follows at once; below any other, after a "/".
+    if (!path.empty() && (top.empty() || top.back() != '/')) {
+        if (path.front() != '/') return std::nullopt;
+        path.remove_prefix(1);
+    }
+    Id at = root();
+    while (!path.empty()) {
+        const std::size_t slash = path.find('/');
+        const std::string_view piece = path.substr(0, slash);
+        const std::span<const Id> inside = children(at);
+        const auto next = std::find_if(inside.begin(), inside.end(),
+                                       [&](Id child) { return name(child) == piece; });
+        if (next == inside.end()) return std::nullopt;
+        at = *next;
+        path.remove_prefix(slash == std::string_view::npos ? path.size() : slash + 1);
+    }
+    return at;
 }
 
 std::size_t ExportedTree::memoryBytes() const {

@@ -23,10 +23,12 @@ class ExportedTree {
     using Id = std::uint32_t;
 
     // Reads the whole export; an error tells where the text stopped making sense.
-    static std::variant<ExportedTree, ExportError> read(int fd);
+    static std::variant<ExportedTree, ExportError> read(int fd, const ReadProgress& progress = {});
     static std::variant<ExportedTree, ExportError> parse(std::string_view text);
 
     Id root() const { return 0; }
+    // What the export says of itself: which program wrote it, and when.
+    const ExportMetadata& metadata() const { return metadata_; }
     std::size_t size() const { return nodes_.size(); }
 
     // The root's name is the path the export was made of; other names are single names.
@@ -49,6 +51,9 @@ class ExportedTree {
 
     // The entry's path: the root's name and the names below it, joined with "/".
     std::string path(Id id) const;
+
+    // The entry at `path` (the root's name, then names joined with "/"), if there is one.
+    std::optional<Id> find(std::string_view path) const;
 
     // Bytes this tree holds in memory.
     std::size_t memoryBytes() const;
@@ -75,6 +80,7 @@ class ExportedTree {
         std::uint8_t flags = 0;
     };
 
+    ExportMetadata metadata_;
     std::vector<Node> nodes_;  // in document order: a folder before everything in it
     std::vector<char> names_;
     std::vector<Id> children_;

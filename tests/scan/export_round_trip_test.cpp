@@ -1,4 +1,5 @@
 // kelvane-scan against the real tools: du's totals, ncdu's and gdu's exports both ways.
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +12,8 @@
 #include <variant>
 #include <vector>
 
+#include "core/unique_fd.h"
+#include "scan/export_walk.h"
 #include "scan/exported_tree.h"
 #include "scan/tool_run.h"
 #include "support/scoped_mount.h"
@@ -154,6 +157,38 @@ TEST_F(ExportRoundTrip, GduExportCountsWhatItHolds) {
     }
     EXPECT_GT(linked.size(), 0U);  // the tree's hard links are in the export
     EXPECT_EQ(totalOf(runTool({kScan, "-f", exported})), std::to_string(held));
+}
+
+// A category's several roots go out as one tree under the folder they share, holding the way down
+// to each and nothing else; ncdu reads it and writes the same entries again.
+TEST_F(ExportRoundTrip, SeveralRootsMakeOneTreeThatNcduReads) {
+    const std::string exported = t / "roots.json";
+    {
+        const UniqueFd out(::open(exported.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+        ASSERT_TRUE(out.valid());
+        std::int64_t lastItems = 0;
+        const ExportWalkResult result = exportRoots(
+            {root_ + "/deep/er/", root_ + "/a", root_ + "/deep/er/est", root_ + "/gone"}, out.get(),
+            [&](std::int64_t items, std::int64_t) { return (lastItems = items) >= 0; });
+        EXPECT_EQ(result.rootErrno, 0);
+        EXPECT_EQ(result.writeErrno, 0);
+        EXPECT_EQ(result.stats.unreadable, 1);  // "gone"
+    }
+    const ToolRun du = runTool({kDu, "-sB1", "-x", "-c", root_ + "/a", root_ + "/deep/er"});
+    const std::string total = du.out.substr(du.out.rfind('\n', du.out.size() - 2) + 1);
+    const auto loaded = ExportedTree::parse(readFile(exported));
+    ASSERT_TRUE(std::holds_alternative<ExportedTree>(loaded));
+    const auto& tree = std::get<ExportedTree>(loaded);
+    EXPECT_EQ(std::to_string(tree.bytes(tree.root())), total.substr(0, total.find('\t')));
+    EXPECT_EQ(tree.path(tree.root()), root_);
+    ASSERT_TRUE(tree.find(root_ + "/deep/er/est/big") && tree.find(root_ + "/a/b/hl"));
+    EXPECT_EQ(tree.children(*tree.find(root_ + "/deep")).size(), 1U);  // only the way down
+    EXPECT_TRUE(tree.hadReadError(*tree.find(root_ + "/gone")));
+    EXPECT_EQ(tree.find(root_ + "/empty"), std::nullopt);
+
+    const std::string again = t / "roots-again.json";
+    ASSERT_EQ(runTool({kNcdu, "-f", exported, "-o", again}).status, 0);
+    EXPECT_EQ(entriesOf(readFile(again)), entriesOf(readFile(exported)));
 }
 
 TEST(KelvaneScan, RefusesWhatItCannotDoWithAReason) {

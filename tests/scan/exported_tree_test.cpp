@@ -31,7 +31,7 @@ std::vector<std::string> childNames(const ExportedTree& tree, ExportedTree::Id i
 TEST(ExportedTree, TotalsFoldersCountingEachInodeOncePerDevice) {
     // "x" has two names on device 7 and one on device 9 (a different file); the mount point
     // "m" is excluded and has no size; "u" could not be read and keeps what it had.
-    const std::string text = R"([1,2,{"progname":"t"},
+    const std::string text = R"([1,2,{"progname":"t","timestamp":1700000000,"x":{"y":[1]}},
 [{"name":"/r","dsize":4096,"dev":7},
  {"name":"small","asize":10,"dsize":4096},
  [{"name":"d","dsize":4096},
@@ -58,6 +58,12 @@ TEST(ExportedTree, TotalsFoldersCountingEachInodeOncePerDevice) {
     const ExportedTree::Id m = tree.children(tree.root())[2];
     EXPECT_TRUE(tree.isExcluded(m));
     EXPECT_EQ(tree.bytes(m), 12288);  // x3 is on device 9: another file
+    EXPECT_EQ(tree.metadata().progname, "t");
+    EXPECT_EQ(tree.metadata().timestamp, 1700000000);
+    // Paths lead back to their entries; near misses lead nowhere.
+    for (const ExportedTree::Id id : {tree.root(), d, u, m}) EXPECT_EQ(tree.find(tree.path(id)), id);
+    for (const char* miss : {"/r/d/v", "/rd", "/r//d", "r/d", "/"})
+        EXPECT_EQ(tree.find(miss), std::nullopt) << miss;
 }
 
 TEST(ExportedTree, NamesSurviveTheWriterAndTheReaderByteForByte) {
