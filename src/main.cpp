@@ -14,9 +14,9 @@
 
 namespace {
 
-// The folders on the command line (a file manager's "Kelvane で開く"), as
-// absolute paths of the bytes given; Qt has taken its own options out.
-std::vector<std::string> foldersFrom(int argc, char** argv) {
+// The folders and scan files on the command line (a file manager's "Kelvane
+// で開く"), as absolute paths of the bytes given; Qt has taken its own options out.
+std::vector<std::string> pathsFrom(int argc, char** argv) {
     std::array<char, PATH_MAX> cwd{};
     const std::string here = ::getcwd(cwd.data(), cwd.size()) != nullptr ? cwd.data() : "/";
     std::vector<std::string> folders;
@@ -29,14 +29,14 @@ std::vector<std::string> foldersFrom(int argc, char** argv) {
 int main(int argc, char** argv) {
     QApplication application(argc, argv);
     kelvane::KelvaneApp::configureApplication();
-    const std::vector<std::string> folders = foldersFrom(argc, argv);
+    const std::vector<std::string> folders = pathsFrom(argc, argv);
     const QString name = kelvane::SingleInstance::defaultName();
-    // Another Kelvane runs: it shows the folders (or just its window).
+    // Another Kelvane runs: it shows the folders and scans (or just its window).
     if (kelvane::SingleInstance::handOver(name, folders)) return 0;
 
     kelvane::KelvaneApp app;
     const auto open = [&app](const std::vector<std::string>& paths) {
-        for (const std::string& path : paths) app.model().addFolder(path);
+        for (const std::string& path : paths) app.model().openPath(path);
         app.window().show();
         app.window().raise();
         app.window().activateWindow();

@@ -31,6 +31,8 @@ struct Catalog {
     // Reserved ids.
     static constexpr const char* kOverviewID = "__overview__";
     static constexpr const char* kCustomPrefix = "custom:";
+    // Scans opened from an export file: the prefix, then the file's path.
+    static constexpr const char* kSavedScanPrefix = "saved-scan:";
 };
 
 }  // namespace kelvane

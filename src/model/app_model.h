@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -22,11 +23,13 @@
 #include "model/model_change.h"
 #include "model/services.h"
 #include "model/tasks.h"
+#include "scan/exported_tree.h"
 #include "scan/scan_limiter.h"
 #include "scan/scanner.h"
 #include "scan/size_store.h"
 #include "system/admin_delete_result.h"
 #include "system/delete_outcome.h"
+#include "scan/export_walk.h"
 #include "system/deletion_progress.h"
 
 namespace kelvane {
@@ -53,6 +56,7 @@ struct BusyProgress {
     std::string text;
     std::optional<double> fraction;  // 0 to 1
     bool stopping = false;           // "停止" was pressed; the work ends at the next file
+    bool stoppable = true;           // whether "停止" is offered at all
     friend bool operator==(const BusyProgress&, const BusyProgress&) = default;
 };
 
@@ -151,15 +155,40 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     // chooser does: a folder handed over by the file manager. Anything that
     // is not a folder gets a notice saying so.
     void addFolder(const std::string& path);
+    // Takes a user-added folder or an opened scan out of the sidebar.
     void removeCustomFolder(const CleanCategory& category);
+
+    // --- scans saved to a file (ncdu's export format) ---
+    // "スキャン結果を開く…": the chooser, then openSavedScan.
+    void chooseSavedScan();
+    // Reads the export at `file` off the main thread, with progress, and shows
+    // it as a read-only category, selected. A file that cannot be read gives a
+    // notice and changes nothing else. Opening a file again reads it afresh.
+    void openSavedScan(const std::string& file);
+    // What the command line or the file manager hands over: a folder is added
+    // as addFolder does, anything else is opened as a saved scan.
+    void openPath(const std::string& path);
+    bool isSavedScan(const std::string& id) const;
+    // The tree of an opened scan; null for any other category.
+    std::shared_ptr<const ExportedTree> savedScan(const std::string& id) const;
+    // Why nothing of the category can be deleted or shown in the file manager
+    // from here; nothing when it can.
+    std::optional<std::string> readOnlyReason(const std::string& id) const;
+    // "スキャン結果を書き出す…": walks the category's roots afresh and writes
+    // the export to a file the user chooses, with progress and "停止".
+    void exportCategory(const CleanCategory& category);
+    // The folders one level below `path` with their sizes, as the selected
+    // category knows them: from its saved scan, or from the size store.
+    std::vector<std::pair<std::string, std::int64_t>> knownChildren(const std::string& path) const;
 
     // --- deletion ---
     void confirmDelete(const std::vector<std::string>& paths, bool permanent);
     void confirmCleanCategory(const CleanCategory& category, bool permanent);
     void confirmQuickClean(const std::vector<std::string>& ids);
     // "停止" on the busy overlay: every deletion under way ends before its
-    // next file and reports what it did.
-    void stopDeletions();
+    // next file and reports what it did; an export under way ends and its
+    // unfinished file is removed.
+    void stopBusyWork();
 
     // --- snapshots and runtimes ---
     void loadSnapshots();
@@ -255,6 +284,11 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     void showDeletionProgress(std::uint64_t deletion, const DeletionCounts& counts);
     void updateBusyProgress();
     std::vector<std::string> childrenOfRoots(const std::string& id) const;
+    // The listing of the browser's folder in an opened scan.
+    void listSavedScan(const ExportedTree& tree);
+    void afterSavedScanRead(const std::string& file, std::shared_ptr<const ExportedTree> tree,
+                            const std::optional<std::string>& error);
+    void afterExport(const std::string& file, const ExportWalkResult& result, int openErrno);
     void scanIfPresent(const std::string& id);
 
     // Runs `work` off the main thread and hands its result to `then` on the
@@ -306,6 +340,18 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     // Scans that overlapped a deletion of their tree: their finish starts
     // them again instead of recording what they counted.
     std::map<std::string, TaskHandle> restartAtFinish_;
+    // Opened scans by category id, and the file each was read from.
+    std::map<std::string, std::shared_ptr<const ExportedTree>> savedScans_;
+    // The export being written, while it runs: how far it has come, its stop.
+    struct ExportUnderWay {
+        std::shared_ptr<std::atomic<bool>> stop;
+        std::int64_t items = 0;
+        std::int64_t bytes = 0;
+        std::int64_t expected = 0;  // the category's last measured total
+    };
+    std::optional<ExportUnderWay> exporting_;
+    // How much of the scan being opened has been read, of how much.
+    std::optional<std::pair<std::uint64_t, std::uint64_t>> reading_;
 
     std::map<int, Observer> observers_;
     int nextObserverToken_ = 1;

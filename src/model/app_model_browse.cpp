@@ -58,6 +58,10 @@ void AppModel::loadEntries() {
         setEntries({});
         return;
     }
+    if (const auto tree = savedScan(category->id)) {
+        listSavedScan(*tree);
+        return;
+    }
     const CategoryState current = state(category->id);
     const bool scanning = current.status == CategoryState::Status::scanning;
     setEntriesLoading(true);
@@ -200,6 +204,12 @@ std::int64_t AppModel::selectedBytes() const {
 }
 
 void AppModel::reveal(const std::vector<std::string>& paths) {
+    if (selectedID_) {
+        if (const std::optional<std::string> reason = readOnlyReason(*selectedID_)) {
+            setNotice(*reason);
+            return;
+        }
+    }
     if (paths.empty() && browserPath_) {
         services_->reveal({*browserPath_});
         return;

@@ -59,7 +59,8 @@ void AppModel::removeCustomFolder(const CleanCategory& category) {
     // A copy: the caller may pass one of our own categories, which the
     // erase below destroys.
     const std::string id = category.id;
-    if (id.rfind(Catalog::kCustomPrefix, 0) != 0) return;
+    if (id.rfind(Catalog::kCustomPrefix, 0) != 0 && !isSavedScan(id)) return;
+    savedScans_.erase(id);
     if (const auto it = scanTasks_.find(id); it != scanTasks_.end()) it->second.cancel();
     restartAtFinish_.erase(id);
     const auto removed = std::remove_if(categories_.begin(), categories_.end(),

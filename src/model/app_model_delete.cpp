@@ -191,6 +191,12 @@ void AppModel::scanIfPresent(const std::string& id) {
 
 void AppModel::confirmDelete(const std::vector<std::string>& selected, bool permanent) {
     if (selected.empty()) return;
+    if (selectedID_) {
+        if (const std::optional<std::string> reason = readOnlyReason(*selectedID_)) {
+            setNotice(*reason);
+            return;
+        }
+    }
     const Offer offer = offerable(selected);
     if (offer.paths.empty()) {
         setNotice(offer.notice);
@@ -234,6 +240,10 @@ void AppModel::confirmDelete(const std::vector<std::string>& selected, bool perm
 }
 
 void AppModel::confirmCleanCategory(const CleanCategory& category, bool permanent) {
+    if (const std::optional<std::string> reason = readOnlyReason(category.id)) {
+        setNotice(*reason);
+        return;
+    }
     const Offer offer = offerable(childrenOfRoots(category.id));
     const std::vector<std::string>& items = offer.paths;
     if (items.empty()) {
@@ -364,7 +374,8 @@ void AppModel::showDeletionProgress(std::uint64_t deletion, const DeletionCounts
 }
 
 void AppModel::updateBusyProgress() {
-    // The overlay follows the newest of the user's own deletions under way.
+    // The overlay follows the newest of the user's own deletions under way,
+    // then an export being written, then a scan being opened.
     for (auto it = deletions_.rbegin(); it != deletions_.rend(); ++it) {
         const DeletionUnderWay& underWay = it->second;
         if (!underWay.progress) continue;
@@ -382,13 +393,36 @@ void AppModel::updateBusyProgress() {
                         ModelField::busyProgress);
         return;
     }
-    assignIfChanged(busyProgress_, std::optional<BusyProgress>(), ModelField::busyProgress);
+    std::optional<BusyProgress> shown;
+    if (exporting_) {
+        shown.emplace();
+        shown->text = count(static_cast<std::size_t>(exporting_->items)) + " 項目 · " +
+                      Fmt::bytes(exporting_->bytes);
+        // The last measurement tells roughly how much there is to walk.
+        if (exporting_->expected > 0) {
+            shown->fraction = std::min(1.0, static_cast<double>(exporting_->bytes) /
+                                                static_cast<double>(exporting_->expected));
+        }
+        shown->stopping = exporting_->stop->load();
+    } else if (reading_) {
+        shown.emplace();
+        const auto [done, size] = *reading_;
+        shown->text = Fmt::bytes(static_cast<std::int64_t>(done)) + " / " +
+                      Fmt::bytes(static_cast<std::int64_t>(size)) + " を読み込みました";
+        if (size > 0) {
+            shown->fraction =
+                std::min(1.0, static_cast<double>(done) / static_cast<double>(size));
+        }
+        shown->stoppable = false;
+    }
+    assignIfChanged(busyProgress_, std::move(shown), ModelField::busyProgress);
 }
 
-void AppModel::stopDeletions() {
+void AppModel::stopBusyWork() {
     for (auto& [key, underWay] : deletions_) {
         if (underWay.progress) underWay.progress->requestStop();
     }
+    if (exporting_) exporting_->stop->store(true);
     updateBusyProgress();
 }
 

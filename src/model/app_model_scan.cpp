@@ -33,7 +33,8 @@ bool AppModel::beingRemeasured(const std::string& root) const {
 }
 
 void AppModel::refreshCategory(const std::string& id, CategoryState& s) {
-    if (s.status != CategoryState::Status::done) return;
+    // An opened scan's figures are the export's: the store measures this disk.
+    if (s.status != CategoryState::Status::done || isSavedScan(id)) return;
     if (std::any_of(s.roots.begin(), s.roots.end(),
                     [&](const std::string& root) { return beingRemeasured(root); })) {
         return;
@@ -45,7 +46,7 @@ void AppModel::refreshCategory(const std::string& id, CategoryState& s) {
 }
 
 void AppModel::scan(const CleanCategory& category) {
-    if (category.kind != CategoryKind::folders) return;
+    if (category.kind != CategoryKind::folders || isSavedScan(category.id)) return;
     const std::string id = category.id;
     if (const auto it = scanTasks_.find(id); it != scanTasks_.end()) it->second.cancel();
 

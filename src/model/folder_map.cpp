@@ -27,8 +27,8 @@ bool biggerFirst(const Item& a, const Item& b) {
 
 class Placer {
   public:
-    Placer(const SizeStore& store, const MapStyle& style, std::vector<MapTile>& out)
-        : store_(store), style_(style), out_(out) {}
+    Placer(const KnownChildren& known, const MapStyle& style, std::vector<MapTile>& out)
+        : known_(known), style_(style), out_(out) {}
 
     // Lays `items` (biggest first) and `rest` bytes that belong to no item into `area`.
     void place(std::vector<Item> items, std::int64_t rest, PixelRect area, int depth,
@@ -74,7 +74,7 @@ class Placer {
     }
 
   private:
-    // Fills folder tile `index` with the folders the store knows one level below it.
+    // Fills folder tile `index` with the folders known one level below it.
     void nest(std::size_t index) {
         const PixelRect rect = out_[index].rect;
         if (rect.width < style_.nestMinWidth || rect.height < style_.nestMinHeight) return;
@@ -82,7 +82,7 @@ class Placer {
                               rect.width - 2 * style_.padding,
                               rect.height - style_.header - style_.padding};
         if (inner.empty()) return;
-        const auto children = store_.children(out_[index].path);
+        const auto children = known_(out_[index].path);
         if (children.empty()) return;
         std::vector<Item> items;
         items.reserve(children.size());
@@ -105,14 +105,14 @@ class Placer {
               depth, entry);
     }
 
-    const SizeStore& store_;
+    const KnownChildren& known_;
     const MapStyle& style_;
     std::vector<MapTile>& out_;
 };
 
 }  // namespace
 
-std::vector<MapTile> build(const std::vector<Entry>& entries, const SizeStore& store,
+std::vector<MapTile> build(const std::vector<Entry>& entries, const KnownChildren& known,
                            PixelRect area, const MapStyle& style) {
     std::vector<Item> items;
     items.reserve(entries.size());
@@ -128,7 +128,7 @@ std::vector<MapTile> build(const std::vector<Entry>& entries, const SizeStore& s
         std::stable_sort(items.begin(), items.end(), biggerFirst);
     }
     std::vector<MapTile> tiles;
-    Placer(store, style, tiles).place(std::move(items), 0, area, 0, MapTile::kNoEntry);
+    Placer(known, style, tiles).place(std::move(items), 0, area, 0, MapTile::kNoEntry);
     return tiles;
 }
 

@@ -1,12 +1,15 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <optional>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "core/entry.h"
 #include "core/pixel_rect.h"
 #include "model/map_tile.h"
-#include "scan/size_store.h"
 
 namespace kelvane {
 
@@ -22,14 +25,19 @@ struct MapStyle {
 };
 
 // The treemap of the browser's current folder: its listed items, each folder
-// holding the folders the size store already knows below it, two levels deep.
-// It reads the store and never walks: a folder still being measured is one
-// plain tile until its children are recorded.
+// holding the folders already known below it, two levels deep. It asks what
+// is known and never walks: a folder still being measured is one plain tile
+// until its children are recorded.
 namespace FolderMap {
+
+// The folders known one level below a path, with their sizes: the size
+// store's answer, or an opened scan's.
+using KnownChildren =
+    std::function<std::vector<std::pair<std::string, std::int64_t>>(const std::string& path)>;
 
 // The tiles over `area`, each folder before the tiles nested in it. Items of
 // unknown size are left out until their size is known.
-std::vector<MapTile> build(const std::vector<Entry>& entries, const SizeStore& store,
+std::vector<MapTile> build(const std::vector<Entry>& entries, const KnownChildren& known,
                            PixelRect area, const MapStyle& style = {});
 
 // The innermost tile under the point, as an index into `tiles`.

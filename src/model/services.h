@@ -22,6 +22,11 @@ class Services {
     // A modal chooser for one existing folder; its absolute path without a
     // trailing slash, or nothing when the user cancelled.
     virtual std::optional<std::string> chooseFolder() = 0;
+    // A modal chooser for an export file to open; nothing when cancelled.
+    virtual std::optional<std::string> chooseSavedScan() = 0;
+    // A modal chooser for where to write an export, offering `suggestedName`;
+    // nothing when cancelled. The user has agreed to replace a file there.
+    virtual std::optional<std::string> chooseExportFile(const std::string& suggestedName) = 0;
     // Shows `paths` selected in the file manager.
     virtual void reveal(const std::vector<std::string>& paths) = 0;
     // The stored "initialSelection" default, when there is one.
@@ -45,6 +50,10 @@ class Services {
 class SystemServices : public Services {
   public:
     std::optional<std::string> chooseFolder() override { return std::nullopt; }
+    std::optional<std::string> chooseSavedScan() override { return std::nullopt; }
+    std::optional<std::string> chooseExportFile(const std::string&) override {
+        return std::nullopt;
+    }
     void reveal(const std::vector<std::string>&) override {}
     std::optional<std::string> initialSelection() override { return std::nullopt; }
 

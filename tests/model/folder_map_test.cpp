@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "scan/size_store.h"
+
 namespace kelvane {
 namespace {
 
@@ -35,10 +37,13 @@ class FolderMapTest : public ::testing::Test {
     }
     std::vector<Entry> entries;
     SizeStore store;
+    const FolderMap::KnownChildren known = [this](const std::string& path) {
+        return store.children(path);
+    };
 };
 
 TEST_F(FolderMapTest, ItemsNestWhatTheStoreKnowsTwoLevelsDownAndMergeWhatIsTooSmall) {
-    const auto tiles = FolderMap::build(entries, store, {0, 0, 800, 500});
+    const auto tiles = FolderMap::build(entries, known, {0, 0, 800, 500});
     std::vector<std::string> top;
     for (const MapTile& t : tiles)
         if (t.depth == 0) top.push_back(t.path);
@@ -71,7 +76,7 @@ TEST_F(FolderMapTest, ItemsNestWhatTheStoreKnowsTwoLevelsDownAndMergeWhatIsTooSm
 
     // Once the store forgets what is inside (a rescan under way), "big" is a plain tile.
     store.removeSubtree("/c/big/");
-    const auto plain = FolderMap::build(entries, store, {0, 0, 800, 500});
+    const auto plain = FolderMap::build(entries, known, {0, 0, 800, 500});
     EXPECT_TRUE(find(plain, "/c/big")->inner.empty());
     EXPECT_EQ(find(plain, "/c/big/x"), nullptr);
 }
@@ -79,7 +84,7 @@ TEST_F(FolderMapTest, ItemsNestWhatTheStoreKnowsTwoLevelsDownAndMergeWhatIsTooSm
 TEST_F(FolderMapTest, ArrowsMoveBetweenTheCurrentFoldersItems) {
     // Four equal files in a square area: a two-by-two grid.
     entries = {entry("a", 100), entry("b", 100), entry("c", 100), entry("d", 100)};
-    const auto tiles = FolderMap::build(entries, store, {0, 0, 400, 400});
+    const auto tiles = FolderMap::build(entries, known, {0, 0, 400, 400});
     ASSERT_EQ(tiles.size(), 4u);
     const auto at = [&](int x, int y) { return *FolderMap::tileAt(tiles, x, y); };
     using D = FolderMap::Direction;

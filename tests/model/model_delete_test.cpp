@@ -518,7 +518,7 @@ TEST_F(DeleteTest, ALongDeletionCountsAsItGoesAndStopsBeforeTheNextFile) {
     confirm();
     EXPECT_EQ(model->busyProgress()->fraction, 0.0);
     ASSERT_TRUE(queue->drainUntil([&] { return reports.size() >= 3; }));
-    model->stopDeletions();
+    model->stopBusyWork();
     EXPECT_TRUE(model->busyProgress()->stopping);
     settle();
     EXPECT_FALSE(model->busyProgress() || model->busyMessage());

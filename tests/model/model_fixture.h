@@ -30,6 +30,9 @@ using Status = CategoryState::Status;
 class FakeServices : public Services {
   public:
     std::optional<std::string> folderToChoose;
+    std::optional<std::string> scanToChoose;
+    std::optional<std::string> exportToChoose;
+    std::vector<std::string> exportSuggestions;
     std::optional<std::string> initial;
     std::vector<std::vector<std::string>> revealed;
     std::vector<LocalSnapshot> snapshotList;
@@ -50,6 +53,11 @@ class FakeServices : public Services {
     std::mutex mutex;
 
     std::optional<std::string> chooseFolder() override { return folderToChoose; }
+    std::optional<std::string> chooseSavedScan() override { return scanToChoose; }
+    std::optional<std::string> chooseExportFile(const std::string& suggested) override {
+        exportSuggestions.push_back(suggested);
+        return exportToChoose;
+    }
     void reveal(const std::vector<std::string>& paths) override { revealed.push_back(paths); }
     std::optional<std::string> initialSelection() override { return initial; }
     SnapshotTools::Listing listSnapshots() override {

@@ -71,9 +71,9 @@ void BusyOverlay::showMessage(const QString& message) {
 }
 
 void BusyOverlay::showProgress(const std::optional<QString>& line, std::optional<double> fraction,
-                               bool stopping) {
+                               bool stopping, bool stoppable) {
     counts_->setVisible(line.has_value());
-    stopButton_->setVisible(line.has_value());
+    stopButton_->setVisible(line.has_value() && stoppable);
     if (line) counts_->setText(*line);
     if (fraction) {
         bar_->setRange(0, 1000);

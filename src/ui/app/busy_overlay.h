@@ -25,7 +25,7 @@ class BusyOverlay : public QWidget {
     // greys "停止" out once it was pressed. Without a line, no counts and
     // no button.
     void showProgress(const std::optional<QString>& line, std::optional<double> fraction,
-                      bool stopping);
+                      bool stopping, bool stoppable = true);
     // Called when "停止" is pressed.
     void onStop(std::function<void()> stop) { stop_ = std::move(stop); }
 

@@ -35,7 +35,7 @@ ContentView::ContentView(ModelBridge& bridge, QWidget* parent) : QWidget(parent)
     layout->addWidget(splitter_);
 
     overlay_ = new BusyOverlay(this);
-    overlay_->onStop([this] { bridge_.model().stopDeletions(); });
+    overlay_->onStop([this] { bridge_.model().stopBusyWork(); });
     connect(&bridge_, &ModelBridge::changed, this,
             [this](const ModelChange& change) { onChange(static_cast<int>(change.field)); });
 }
@@ -55,7 +55,7 @@ void ContentView::onChange(int field) {
         case ModelField::busyProgress:
             if (const auto& progress = bridge_.model().busyProgress()) {
                 overlay_->showProgress(DisplayText::fromBytes(progress->text), progress->fraction,
-                                       progress->stopping);
+                                       progress->stopping, progress->stoppable);
             } else {
                 overlay_->showProgress(std::nullopt, std::nullopt, false);
             }

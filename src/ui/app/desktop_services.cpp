@@ -76,6 +76,51 @@ std::optional<std::string> DesktopServices::chooseFolder() {
     return path;
 }
 
+namespace {
+
+// Qt's file chooser in the window's language, sized for the dates it shows.
+void prepareFileDialog(QFileDialog& dialog) {
+    dialog.setProxyModel(new ChooserRows(&dialog));
+    dialog.setNameFilters({QStringLiteral("スキャン結果 (*.json)"), QStringLiteral("すべてのファイル (*)")});
+    dialog.resize(760, 480);
+    if (auto* details = dialog.findChild<QTreeView*>()) {
+        details->header()->setSectionResizeMode(ChooserRows::kDateColumn,
+                                                QHeaderView::ResizeToContents);
+    }
+}
+
+std::optional<std::string> chosenPath(QFileDialog& dialog) {
+    if (dialog.exec() != QDialog::Accepted) return std::nullopt;
+    const QStringList chosen = dialog.selectedFiles();
+    if (chosen.isEmpty()) return std::nullopt;
+    return QFile::encodeName(chosen.front()).toStdString();
+}
+
+}  // namespace
+
+std::optional<std::string> DesktopServices::chooseSavedScan() {
+    QFileDialog dialog(window_, QStringLiteral("スキャン結果を開く"));
+    dialog.setFileMode(QFileDialog::ExistingFile);
+    dialog.setLabelText(QFileDialog::Accept, QStringLiteral("開く"));
+    dialog.setLabelText(QFileDialog::LookIn, QStringLiteral("ncdu・gdu・kelvane-scan の書き出したファイル"));
+    prepareFileDialog(dialog);
+    dialog.setDirectory(QDir::home());
+    return chosenPath(dialog);
+}
+
+std::optional<std::string> DesktopServices::chooseExportFile(const std::string& suggestedName) {
+    QFileDialog dialog(window_, QStringLiteral("スキャン結果を書き出す"));
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setFileMode(QFileDialog::AnyFile);
+    dialog.setDefaultSuffix(QStringLiteral("json"));
+    dialog.setLabelText(QFileDialog::Accept, QStringLiteral("書き出す"));
+    dialog.setLabelText(QFileDialog::LookIn, QStringLiteral("ncdu の形式で保存します"));
+    prepareFileDialog(dialog);
+    dialog.setDirectory(QDir::home());
+    dialog.selectFile(QFile::decodeName(QByteArray::fromStdString(suggestedName)));
+    return chosenPath(dialog);
+}
+
 void DesktopServices::reveal(const std::vector<std::string>& paths) {
     if (paths.empty()) return;
     QStringList uris;

@@ -16,6 +16,8 @@ class DesktopServices : public SystemServices {
     void setWindow(QWidget* window) { window_ = window; }
 
     std::optional<std::string> chooseFolder() override;
+    std::optional<std::string> chooseSavedScan() override;
+    std::optional<std::string> chooseExportFile(const std::string& suggestedName) override;
     void reveal(const std::vector<std::string>& paths) override;
     std::optional<std::string> initialSelection() override;
 

@@ -44,6 +44,16 @@ MainWindow::MainWindow(ModelBridge& bridge, QWidget* parent)
     // The menu holds our own commands; there is deliberately no command that
     // opens a second window.
     auto* file = menuBar()->addMenu(QStringLiteral("ファイル"));
+    auto* openScan = file->addAction(QStringLiteral("スキャン結果を開く…"));
+    openScan->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_O));
+    openScan->setShortcutContext(Qt::ApplicationShortcut);
+    connect(openScan, &QAction::triggered, this, [this] { bridge_.model().chooseSavedScan(); });
+    exportScan_ = file->addAction(QStringLiteral("スキャン結果を書き出す…"));
+    connect(exportScan_, &QAction::triggered, this, [this] {
+        if (const std::optional<CleanCategory> category = bridge_.model().selectedCategory())
+            bridge_.model().exportCategory(*category);
+    });
+    file->addSeparator();
     auto* quit = file->addAction(QStringLiteral("終了"));
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
     quit->setShortcutContext(Qt::ApplicationShortcut);
@@ -55,8 +65,26 @@ MainWindow::MainWindow(ModelBridge& bridge, QWidget* parent)
     rescanMenu->setShortcutContext(Qt::ApplicationShortcut);
     connect(rescanMenu, &QAction::triggered, this, [this] { bridge_.model().scanAll(); });
 
+    // Only a measured category of this disk can be written out.
+    connect(&bridge_, &ModelBridge::changed, this, [this](const ModelChange& change) {
+        if (change.field == ModelField::selectedID || change.field == ModelField::states ||
+            change.field == ModelField::categories)
+            updateExportAction();
+    });
+    updateExportAction();
     connect(content_->router(), &DetailRouter::screenChanged, this, &MainWindow::showScreen);
     showScreen(content_->router()->current());
+}
+
+void MainWindow::updateExportAction() {
+    const AppModel& model = bridge_.model();
+    const std::optional<CleanCategory> category = model.selectedCategory();
+    const bool possible = category && category->kind == CategoryKind::folders &&
+                          !model.isSavedScan(category->id) &&
+                          !model.state(category->id).roots.empty();
+    exportScan_->setEnabled(possible);
+    exportScan_->setToolTip(possible ? QString()
+                                     : QStringLiteral("このディスクのカテゴリを選ぶと書き出せます"));
 }
 
 void MainWindow::showScreen(Screen* screen) {

@@ -32,11 +32,13 @@ class MainWindow : public QMainWindow {
   private:
     // Puts the screen's toolbar actions and its title in place.
     void showScreen(Screen* screen);
+    void updateExportAction();
 
     ModelBridge& bridge_;
     ContentView* content_;
     QToolBar* toolbar_;
     QList<QAction*> screenActions_;
+    QAction* exportScan_ = nullptr;
     bool shown_ = false;
 };
 

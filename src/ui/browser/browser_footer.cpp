@@ -90,8 +90,14 @@ void BrowserFooter::refreshSelection() {
                                  QStringLiteral(" 項目 / ") +
                                  QString::fromStdString(Fmt::bytes(model.selectedBytes())));
     }
-    trash_->setEnabled(selected != 0);
-    delete_->setEnabled(selected != 0);
+    // An opened scan lists files that may not be on this disk at all.
+    const std::optional<std::string> readOnly =
+        model.selectedID() ? model.readOnlyReason(*model.selectedID()) : std::nullopt;
+    const QString why = readOnly ? QString::fromStdString(*readOnly) : QString();
+    for (QPushButton* button : {trash_, delete_}) {
+        button->setEnabled(selected != 0 && !readOnly);
+        button->setToolTip(why);
+    }
 }
 
 void BrowserFooter::paintEvent(QPaintEvent*) {

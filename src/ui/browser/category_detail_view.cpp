@@ -129,6 +129,15 @@ QList<QAction*> CategoryDetailView::toolbarActions() const {
 
 void CategoryDetailView::refreshActions() {
     const AppModel& model = bridge_.model();
+    if (model.isSavedScan(category_.id)) {
+        // What an opened scan shows was measured elsewhere, at another time.
+        scanAction_->setText(QStringLiteral("再スキャン"));
+        scanAction_->setIcon(SymbolIcons::icon("arrow.clockwise"));
+        scanAction_->setEnabled(false);
+        scanAction_->setToolTip(QStringLiteral("スキャン結果は再スキャンできません"));
+        revealAction_->setEnabled(false);
+        return;
+    }
     if (model.state(category_.id).status == CategoryState::Status::scanning) {
         scanAction_->setText(QStringLiteral("停止"));
         scanAction_->setIcon(SymbolIcons::icon("stop.circle"));

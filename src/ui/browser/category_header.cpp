@@ -102,6 +102,12 @@ CategoryHeader::CategoryHeader(ModelBridge& bridge, CleanCategory category, QWid
     unreadableRow_ = note.row;
     unreadableText_ = note.text;
     left->addWidget(unreadableRow_);
+    if (const std::optional<std::string> readOnly =
+            bridge_.model().readOnlyReason(category_.id)) {
+        const LockNote lock = LockNote::make(this, 0);
+        StyledLabel::setText(lock.text, QString::fromStdString(*readOnly));
+        left->addWidget(lock.row);
+    }
     left->addStretch(1);
     layout->addLayout(left, 1);
 
@@ -179,8 +185,10 @@ void CategoryHeader::refresh() {
     counts_->setVisible(state.status == Status::done);
     StyledLabel::setText(counts_, QString::number(state.files) + QStringLiteral(" ファイル / ") +
                                       QString::number(state.dirs) + QStringLiteral(" フォルダ"));
+    const std::optional<std::string> readOnly = model.readOnlyReason(category_.id);
     emptyMenu_->setEnabled(state.status == Status::done && state.bytes != 0 &&
-                           category_.risk != Risk::danger);
+                           category_.risk != Risk::danger && !readOnly);
+    if (readOnly) emptyMenu_->setToolTip(QString::fromStdString(*readOnly));
 }
 
 }  // namespace kelvane

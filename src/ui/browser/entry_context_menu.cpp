@@ -15,13 +15,23 @@ QMenu* entryContextMenu(AppModel& model, const Entry& entry, QWidget* parent) {
         QObject::connect(menu->addAction(QStringLiteral("開く")), &QAction::triggered, menu,
                          [&model, path = entry.path] { BrowserNavigation::open(model, path); });
     }
-    QObject::connect(menu->addAction(QStringLiteral("ファイルマネージャで表示")),
-                     &QAction::triggered, menu, [&model, targets] { model.reveal(targets); });
+    QAction* reveal = menu->addAction(QStringLiteral("ファイルマネージャで表示"));
+    QObject::connect(reveal, &QAction::triggered, menu, [&model, targets] { model.reveal(targets); });
     menu->addSeparator();
-    QObject::connect(menu->addAction(QStringLiteral("ゴミ箱へ入れる")), &QAction::triggered, menu,
+    QAction* trash = menu->addAction(QStringLiteral("ゴミ箱へ入れる"));
+    QObject::connect(trash, &QAction::triggered, menu,
                      [&model, targets] { model.confirmDelete(targets, false); });
-    QObject::connect(menu->addAction(QStringLiteral("完全に削除…")), &QAction::triggered, menu,
+    QAction* erase = menu->addAction(QStringLiteral("完全に削除…"));
+    QObject::connect(erase, &QAction::triggered, menu,
                      [&model, targets] { model.confirmDelete(targets, true); });
+    if (const std::optional<std::string> readOnly =
+            model.selectedID() ? model.readOnlyReason(*model.selectedID()) : std::nullopt) {
+        menu->setToolTipsVisible(true);
+        for (QAction* action : {reveal, trash, erase}) {
+            action->setEnabled(false);
+            action->setToolTip(QString::fromStdString(*readOnly));
+        }
+    }
     return menu;
 }
 

@@ -124,7 +124,7 @@ void FolderMapView::rebuild() {
     MapStyle style;
     style.header = fontMetrics().height() + 4;
     tiles_ =
-        FolderMap::build(model.entries(), model.store(),
+        FolderMap::build(model.entries(), [&model](const std::string& path) { return model.knownChildren(path); },
                          {kMargin, kMargin, width() - 2 * kMargin, height() - 2 * kMargin}, style);
     std::set<std::string> seen;
     repeatedNames_.clear();

@@ -123,12 +123,14 @@ void SidebarView::showContextMenu(const QPoint& position) {
     const CleanCategory category = *it;
 
     QMenu menu(this);
-    if (category.kind == CategoryKind::folders) {
+    const bool saved = bridge_.model().isSavedScan(id);
+    if (category.kind == CategoryKind::folders && !saved) {
         menu.addAction(QStringLiteral("再スキャン"), this,
                        [this, category] { bridge_.model().scan(category); });
     }
-    if (id.rfind(Catalog::kCustomPrefix, 0) == 0) {
-        menu.addAction(QStringLiteral("一覧から削除"), this,
+    if (id.rfind(Catalog::kCustomPrefix, 0) == 0 || saved) {
+        // Only the sidebar's row goes: the folder, or the scan's file, stays.
+        menu.addAction(saved ? QStringLiteral("スキャン結果を閉じる") : QStringLiteral("一覧から削除"), this,
                        [this, category] { bridge_.model().removeCustomFolder(category); });
     }
     if (!menu.isEmpty()) menu.exec(list_->viewport()->mapToGlobal(position));
