@@ -3,7 +3,9 @@
 // pointing at a demo home (scripts/make-demo-home.sh) for realistic figures;
 // over a demo home it also renders the dialogs, and run as the user a demo
 // home made with --owner belongs to, the administrator's confirmation too.
-// Usage: kelvane-screenshots OUTPUT_FOLDER [--dark] [--map] [--list-snapshots] [CATEGORY_ID…]
+// Usage: kelvane-screenshots OUTPUT_FOLDER [--dark] [--map] [--list-snapshots] [--open EXPORT]
+//                            [CATEGORY_ID…]
+// --open renders an export file opened as a scan (saved-scan.png, with --map saved-scan-map.png);
 // --map also renders each named category as a map (ID-map.png);
 // --list-snapshots lists the snapshots through the administrator helper
 // (snapshots-listed.png), which asks for the password as the app would.
@@ -239,9 +241,12 @@ int main(int argc, char** argv) {
     bool dark = false;
     bool listSnapshots = false;
     bool maps = false;
+    std::string savedScan;
     for (int i = 2; i < argc; ++i) {
         const QString arg = QString::fromLocal8Bit(argv[i]);
-        if (arg == QStringLiteral("--list-snapshots")) {
+        if (arg == QStringLiteral("--open") && i + 1 < argc) {
+            savedScan = argv[++i];
+        } else if (arg == QStringLiteral("--list-snapshots")) {
             listSnapshots = true;
         } else if (arg == QStringLiteral("--dark")) {
             dark = true;
@@ -251,12 +256,12 @@ int main(int argc, char** argv) {
             ids << arg;
         }
     }
-    const bool defaultScenes = ids.isEmpty();
+    const bool defaultScenes = ids.isEmpty() && savedScan.empty();
     if (dark) useDarkPalette();
     // Besides the usual screens: several roots of one name ("Caches" of
     // each container) and a category with nothing on this machine.
     kelvane::KelvaneApp app;
-    if (ids.isEmpty()) {
+    if (defaultScenes) {
         // The rows this home lists: the other platform's only where the demo has them.
         for (const char* id : {"user_caches", "dot_cache", "derived_data", "trash", "snapshots",
                                "sim_runtimes", "container_caches", "system_caches"}) {
@@ -300,6 +305,20 @@ int main(int argc, char** argv) {
             runUntil([] { return false; }, 300);  // let sizes that land be drawn
             ok = save(window, out + "/" + id + "-map.png") && ok;
             detail->layoutSwitch().listButton()->click();
+        }
+    }
+    if (!savedScan.empty()) {
+        app.model().openSavedScan(savedScan);
+        runUntil([&] { return !app.model().busyMessage() && kelvane::runningTaskCount() == 0; },
+                 20000);
+        runUntil([] { return false; }, 300);
+        ok = save(window, out + "/saved-scan.png") && ok;
+        auto* detail =
+            qobject_cast<kelvane::CategoryDetailView*>(window.content()->router()->current());
+        if (maps && detail != nullptr) {
+            detail->layoutSwitch().mapButton()->click();
+            runUntil([] { return false; }, 300);
+            ok = save(window, out + "/saved-scan-map.png") && ok;
         }
     }
     if (defaultScenes && std::filesystem::exists(app.model().home() + "/.kelvane-demo-home")) {

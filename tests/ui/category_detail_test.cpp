@@ -1,11 +1,14 @@
 #include <QAccessible>
 #include <QItemSelectionModel>
 #include <QMenu>
+#include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QToolBar>
 #include <QToolButton>
+
+#include <fstream>
 
 #include "core/linux_catalog.h"
 #include "ui/browser/breadcrumb_bar.h"
@@ -413,6 +416,88 @@ TEST_F(CategoryDetailTest, TheMapSharesSelectionMenuAndNavigationWithTheList) {
     for (std::size_t i = 0; i < roots.tiles().size(); ++i) names << roots.tileName(i);
     names.sort();
     EXPECT_EQ(names, (QStringList{"~/other", "~/x/other"}));
+}
+
+// A scan made elsewhere, opened from the menu: browsed in the list and the map from the export,
+// with every way to delete or reveal its items disabled and the reason at hand.
+TEST_F(CategoryDetailTest, AnOpenedScanBrowsesInListAndMapAndCannotDelete) {
+    makeFile("m/f", 1'000);
+    const std::string file = path("server.json");
+    std::ofstream(file) << R"([1,2,{"progname":"ncdu","timestamp":1763900000},
+[{"name":"/srv/data","dsize":4096},
+ [{"name":"logs","dsize":4096},
+  [{"name":"2025","dsize":4096},{"name":"a.log","asize":900000,"dsize":901120}],
+  {"name":"b.log","asize":300000,"dsize":303104}],
+ {"name":"db.img","asize":2000000,"dsize":2002944}]])";
+    launch(std::vector{folderCategory("m", {path("m")})});
+    settle();
+    MainWindow& window = app->window();
+    QAction* exportScan = nullptr;
+    QAction* openScan = nullptr;
+    for (QAction* action : window.menuBar()->actions().front()->menu()->actions()) {
+        if (action->text() == "スキャン結果を書き出す…") exportScan = action;
+        if (action->text() == "スキャン結果を開く…") openScan = action;
+    }
+    ASSERT_TRUE(exportScan && openScan);
+    view("m");
+    EXPECT_TRUE(exportScan->isEnabled());
+
+    services->scanToChoose = file;
+    openScan->trigger();
+    const std::string id = std::string(Catalog::kSavedScanPrefix) + file;
+    ASSERT_TRUE(waitFor([&] { return model().selectedID() == id && !model().busyMessage(); }));
+    settle();
+    auto* v = screen<CategoryDetailView>();
+    ASSERT_NE(v, nullptr);
+    EXPECT_FALSE(exportScan->isEnabled());
+    EXPECT_EQ(v->header().figure()->text(), bytes(4096 * 3 + 901120 + 303104 + 2002944));
+    EXPECT_EQ(v->list().entries().rowCount(), 2);
+    EXPECT_EQ(EntryListModel::pathOf(v->list().entries().index(0)), "/srv/data/db.img");
+
+    v->layoutSwitch().mapButton()->click();
+    FolderMapView& map = v->map();
+    ASSERT_TRUE(map.isVisible());
+    EXPECT_TRUE(std::any_of(map.tiles().begin(), map.tiles().end(), [](const MapTile& t) {
+        return t.path == "/srv/data/logs/2025" && t.depth == 1;
+    }));
+    // The middle of a tile, or of its name strip.
+    const auto centre = [&](const std::string& p, bool strip = false) {
+        for (const MapTile& t : map.tiles())
+            if (t.path == p)
+                return QPoint(t.rect.x + t.rect.width / 2,
+                              t.rect.y + (strip ? 4 : t.rect.height / 2));
+        ADD_FAILURE() << "no tile " << p;
+        return QPoint();
+    };
+    // Its name strip: the middle of "logs" is the tile of "2025" nested in it.
+    QTest::mouseDClick(&map, Qt::LeftButton, {}, centre("/srv/data/logs", true));
+    settle();
+    EXPECT_EQ(model().browserPath(), "/srv/data/logs");
+    QTest::mouseClick(&map, Qt::LeftButton, {}, centre("/srv/data/logs/b.log"));
+    EXPECT_EQ(model().entrySelection(), std::set<std::string>{"/srv/data/logs/b.log"});
+
+    // Deleting: the buttons, the header's menu and the item's menu are all disabled, saying why.
+    const QString why = QString::fromStdString(*model().readOnlyReason(id));
+    for (QAbstractButton* button : {static_cast<QAbstractButton*>(v->footer().trashButton()),
+                                    static_cast<QAbstractButton*>(v->footer().deleteButton()),
+                                    static_cast<QAbstractButton*>(v->header().emptyMenuButton())}) {
+        EXPECT_FALSE(button->isEnabled()) << button->text().toStdString();
+        EXPECT_EQ(button->toolTip(), why);
+    }
+    const QPoint at = centre("/srv/data/logs/b.log");
+    QContextMenuEvent press(QContextMenuEvent::Mouse, at, map.mapToGlobal(at));
+    QApplication::sendEvent(&map, &press);
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    ASSERT_NE(menu, nullptr);
+    for (QAction* action : menu->actions())
+        EXPECT_TRUE(action->isSeparator() || !action->isEnabled()) << action->text().toStdString();
+    menu->close();
+    QApplication::setActiveWindow(&window);
+    map.setFocus();
+    QTest::keyClick(&map, Qt::Key_Delete);
+    settle();
+    EXPECT_FALSE(model().pendingAction());
+    EXPECT_TRUE(std::filesystem::exists(path("m/f")));
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include <QTreeView>
 #include <QUrl>
 
+#include "core/fmt.h"
 #include "core/path_text.h"
 
 namespace kelvane {
@@ -38,6 +39,9 @@ class ChooserRows : public QIdentityProxyModel {
             const QModelIndex source = mapToSource(index);
             if (index.column() == kTypeColumn && files->isDir(source))
                 return QStringLiteral("フォルダ");
+            // Sizes as every other figure in the window, not Qt's "MiB".
+            if (index.column() == kSizeColumn && !files->isDir(source))
+                return QString::fromStdString(Fmt::bytes(files->size(source)));
             if (index.column() == kDateColumn)
                 return QLocale().toString(files->lastModified(source), QLocale::ShortFormat);
         }
@@ -45,6 +49,7 @@ class ChooserRows : public QIdentityProxyModel {
     }
 
     // QFileSystemModel's columns: name, size, type, date.
+    static constexpr int kSizeColumn = 1;
     static constexpr int kTypeColumn = 2;
     static constexpr int kDateColumn = 3;
 };
@@ -84,8 +89,9 @@ void prepareFileDialog(QFileDialog& dialog) {
     dialog.setNameFilters({QStringLiteral("スキャン結果 (*.json)"), QStringLiteral("すべてのファイル (*)")});
     dialog.resize(760, 480);
     if (auto* details = dialog.findChild<QTreeView*>()) {
-        details->header()->setSectionResizeMode(ChooserRows::kDateColumn,
-                                                QHeaderView::ResizeToContents);
+        for (const int column :
+             {ChooserRows::kSizeColumn, ChooserRows::kTypeColumn, ChooserRows::kDateColumn})
+            details->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
     }
 }
 

@@ -58,7 +58,10 @@ CategoryHeader::CategoryHeader(ModelBridge& bridge, CleanCategory category, QWid
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(16, 16, 16, 16);
     layout->setSpacing(16);
-    const QColor riskColor = PaletteRoles::riskColor(category_.risk);
+    // An opened scan is not this disk: how safe deleting is does not apply to it.
+    const bool readOnly = bridge_.model().readOnlyReason(category_.id).has_value();
+    const QColor riskColor =
+        readOnly ? PaletteRoles::accent() : PaletteRoles::riskColor(category_.risk);
 
     // Left: what this category is.
     auto* left = new QVBoxLayout;
@@ -72,7 +75,7 @@ CategoryHeader::CategoryHeader(ModelBridge& bridge, CleanCategory category, QWid
     const QString name = DisplayText::fromBytes(category_.name);
     titleRow->addWidget(StyledLabel::make(name, Typography::withWeight(title, QFont::DemiBold),
                                           PaletteRoles::primaryText(), this));
-    titleRow->addWidget(new RiskBadge(category_.risk, this), 0, Qt::AlignVCenter);
+    if (!readOnly) titleRow->addWidget(new RiskBadge(category_.risk, this), 0, Qt::AlignVCenter);
     titleRow->addStretch(1);
     left->addLayout(titleRow);
 
@@ -83,6 +86,7 @@ CategoryHeader::CategoryHeader(ModelBridge& bridge, CleanCategory category, QWid
     auto* adviceLabel =
         StyledLabel::make(advice(category_.risk), Typography::caption(), riskColor, this);
     adviceLabel->setWordWrap(true);
+    adviceLabel->setVisible(!readOnly);
     left->addWidget(adviceLabel);
 
     roots_ =
@@ -102,10 +106,10 @@ CategoryHeader::CategoryHeader(ModelBridge& bridge, CleanCategory category, QWid
     unreadableRow_ = note.row;
     unreadableText_ = note.text;
     left->addWidget(unreadableRow_);
-    if (const std::optional<std::string> readOnly =
-            bridge_.model().readOnlyReason(category_.id)) {
+    if (readOnly) {
         const LockNote lock = LockNote::make(this, 0);
-        StyledLabel::setText(lock.text, QString::fromStdString(*readOnly));
+        StyledLabel::setText(lock.text,
+                             QString::fromStdString(*bridge_.model().readOnlyReason(category_.id)));
         left->addWidget(lock.row);
     }
     left->addStretch(1);

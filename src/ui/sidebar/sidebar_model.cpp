@@ -167,7 +167,11 @@ QVariant SidebarModel::data(const QModelIndex& index, int role) const {
                                       : DisplayText::fromBytes(category.name) +
                                             QStringLiteral(", ") + trailing;
         case Qt::DecorationRole:
-            return SymbolIcons::tinted(category.icon, PaletteRoles::riskColor(category.risk), 16);
+            return SymbolIcons::tinted(category.icon,
+                                       model.isSavedScan(category.id)
+                                           ? PaletteRoles::accent()
+                                           : PaletteRoles::riskColor(category.risk),
+                                       16);
         // The id holds the path's bytes: never through QString, or a name that is
         // not UTF-8 would select nothing.
         case SelectionValueRole:
