@@ -132,51 +132,75 @@ GrowthLookup Growth::lookup(const CategoryHistory& history, ComparisonPoint poin
 
 std::vector<GrowthRow> Growth::card(const std::vector<CategoryGrowth>& categories,
                                     std::size_t limit) {
-    std::vector<GrowthRow> rows;
-    for (const auto& category : categories) {
+    // Candidates are ranked as (category, folder) numbers, and only the rows kept are built:
+    // a month of change can touch most of 100,000 places.
+    struct Candidate {
+        std::int64_t size;
+        std::size_t category;
+        std::size_t folder;  // folders.size() for the total
+    };
+    std::vector<Candidate> candidates;
+    for (std::size_t c = 0; c < categories.size(); ++c) {
+        const auto& category = categories[c];
         if (!category.since) continue;
-        const PlaceChange total{{},
-                                category.totalBefore,
-                                category.totalNow,
-                                category.totalDeleted,
-                                category.netTotal() >= 0 ? ChangeKind::grew : ChangeKind::shrank};
         const auto& folders = category.folders;
-        // Which places a child explains; index folders.size() stands for the total.
+        const auto netOf = [&](std::size_t i) {
+            return i == folders.size() ? category.netTotal() : folders[i].net();
+        };
+        // Which places a child explains; index folders.size() stands for the total. In byte
+        // order the paths that begin with a given path follow it without a gap, so the earlier
+        // paths each one begins with form a stack, and its nearest parent is on it.
         std::vector<bool> explained(folders.size() + 1, false);
+        std::vector<std::size_t> prefixes;
         for (std::size_t i = 0; i < folders.size(); ++i) {
+            const std::string_view path = folders[i].path;
+            while (!prefixes.empty() && !path.starts_with(folders[prefixes.back()].path)) {
+                prefixes.pop_back();
+            }
             std::size_t parent = folders.size();
-            std::string p = folders[i].path;
-            for (std::string up = PathText::parent(p); up != p; p = up, up = PathText::parent(p)) {
-                const auto at = std::lower_bound(
-                    folders.begin(), folders.end(), up,
-                    [](const PlaceChange& f, const std::string& q) { return f.path < q; });
-                if (at != folders.end() && at->path == up) {
-                    parent = static_cast<std::size_t>(at - folders.begin());
+            for (auto p = prefixes.rbegin(); p != prefixes.rend(); ++p) {
+                const std::string_view above = folders[*p].path;
+                if (above.ends_with('/') || path[above.size()] == '/') {
+                    parent = *p;
                     break;
                 }
             }
-            const std::int64_t parentNet =
-                parent == folders.size() ? category.netTotal() : folders[parent].net();
-            if (explains(folders[i].net(), parentNet)) explained[parent] = true;
+            prefixes.push_back(i);
+            if (explains(folders[i].net(), netOf(parent))) explained[parent] = true;
         }
-        if (category.netTotal() != 0 && !explained.back()) {
-            rows.push_back({category.categoryID, {}, total});
-        }
-        for (std::size_t i = 0; i < folders.size(); ++i) {
-            if (!explained[i]) rows.push_back({category.categoryID, folders[i].path, folders[i]});
+        for (std::size_t i = 0; i <= folders.size(); ++i) {
+            if (!explained[i] && netOf(i) != 0) candidates.push_back({std::llabs(netOf(i)), c, i});
         }
     }
-    const auto order = [](const GrowthRow& a, const GrowthRow& b) {
-        const std::int64_t x = std::llabs(a.change.net());
-        const std::int64_t y = std::llabs(b.change.net());
-        if (x != y) return x > y;
-        if (a.categoryID != b.categoryID) return a.categoryID < b.categoryID;
-        return a.path < b.path;
+    const auto pathOf = [&](const Candidate& x) -> std::string_view {
+        const auto& folders = categories[x.category].folders;
+        return x.folder == folders.size() ? std::string_view() : folders[x.folder].path;
     };
-    const std::size_t kept = std::min(limit, rows.size());
-    std::partial_sort(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(kept), rows.end(),
-                      order);
-    rows.resize(kept);
+    const auto order = [&](const Candidate& a, const Candidate& b) {
+        if (a.size != b.size) return a.size > b.size;
+        const auto& x = categories[a.category].categoryID;
+        const auto& y = categories[b.category].categoryID;
+        if (x != y) return x < y;
+        return pathOf(a) < pathOf(b);
+    };
+    const std::size_t kept = std::min(limit, candidates.size());
+    std::partial_sort(candidates.begin(), candidates.begin() + static_cast<std::ptrdiff_t>(kept),
+                      candidates.end(), order);
+    std::vector<GrowthRow> rows;
+    for (std::size_t k = 0; k < kept; ++k) {
+        const auto& x = candidates[k];
+        const auto& category = categories[x.category];
+        if (x.folder < category.folders.size()) {
+            const auto& f = category.folders[x.folder];
+            rows.push_back({category.categoryID, f.path, f});
+        } else {
+            const ChangeKind kind = category.netTotal() > 0 ? ChangeKind::grew : ChangeKind::shrank;
+            rows.push_back(
+                {category.categoryID,
+                 {},
+                 {{}, category.totalBefore, category.totalNow, category.totalDeleted, kind}});
+        }
+    }
     return rows;
 }
 
