@@ -1,7 +1,10 @@
 // The launch scan as the window starts it, over a home folder given on the
 // command line (normally one built by scripts/make-demo-home.sh): how long
-// until every launch category is measured, and the longest single step the
-// main thread had to run meanwhile.
+// until every launch category is measured, the longest single step the main
+// thread had to run meanwhile, and the main thread's time in all. Each run is a
+// pair: a launch that records nothing, then one that records every category's
+// measurement in a history kept across the runs, so the cost of recording is
+// the difference within each pair.
 //
 //   kelvane-model-launch-bench HOME [RUNS]
 //
@@ -13,8 +16,12 @@
 #include <cstdlib>
 #include <memory>
 #include <optional>
+#include <filesystem>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "bench_median.h"
 #include "core/catalog.h"
 #include "model/app_model.h"
 #include "model/manual_main_queue.h"
@@ -27,6 +34,7 @@ using kelvane::CategoryState;
 struct LaunchFigures {
     double wallMs = 0;
     double longestStepMs = 0;
+    double mainThreadMs = 0;
     int done = 0;
     int missing = 0;
     std::int64_t bytes = 0;
@@ -41,12 +49,15 @@ bool launchFinished(const kelvane::AppModel& model) {
     return true;
 }
 
-std::optional<LaunchFigures> launchOnce(const std::string& home) {
+std::optional<LaunchFigures> launchOnce(const std::string& home, const std::string& history) {
     const auto queue = std::make_shared<kelvane::ManualMainQueue>();
     const std::string trashFiles = home + "/.local/share/Trash/files";
-    kelvane::ModelEnvironment env{home, trashFiles,
-                                  kelvane::Catalog::build(home, home + "/tmpbase", trashFiles),
-                                  &kelvane::DiskCapacity::current, nullptr};
+    kelvane::ModelEnvironment env;
+    env.home = home;
+    env.trashFiles = trashFiles;
+    env.categories = kelvane::Catalog::build(home, home + "/tmpbase", trashFiles);
+    env.readDisk = &kelvane::DiskCapacity::current;
+    env.historyFolder = history;
     const auto model =
         kelvane::AppModel::create(queue, std::make_shared<kelvane::SystemServices>(), env);
 
@@ -60,6 +71,7 @@ std::optional<LaunchFigures> launchOnce(const std::string& home) {
     LaunchFigures figures;
     figures.wallMs = std::chrono::duration<double, std::milli>(end - start).count();
     figures.longestStepMs = std::chrono::duration<double, std::milli>(queue->longestStep()).count();
+    figures.mainThreadMs = std::chrono::duration<double, std::milli>(queue->busyTime()).count();
     for (const auto& [id, state] : model->states()) {
         if (state.status == CategoryState::Status::done) {
             ++figures.done;
@@ -84,22 +96,40 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "RUNS must be at least 1\n");
         return 2;
     }
-    double best = 0;
+    char folder[] = "/tmp/kelvane-launch-history-XXXXXX";
+    if (::mkdtemp(folder) == nullptr) return 1;
+    std::vector<double> wallOff, wallOn, mainOff, mainOn, wallRatio;
     double worstStep = 0;
     for (int run = 1; run <= runs; ++run) {
-        const std::optional<LaunchFigures> f = launchOnce(home);
-        if (!f) {
+        const std::optional<LaunchFigures> off = launchOnce(home, "");
+        const std::optional<LaunchFigures> on = launchOnce(home, folder);
+        if (!off || !on) {
             std::fprintf(stderr, "the launch scan did not finish within 10 minutes\n");
             return 1;
         }
-        std::printf(
-            "run=%d launch_scan_ms=%.1f longest_main_step_ms=%.3f categories_done=%d "
-            "categories_missing=%d measured_bytes=%lld measured_files=%lld\n",
-            run, f->wallMs, f->longestStepMs, f->done, f->missing, static_cast<long long>(f->bytes),
-            static_cast<long long>(f->files));
-        best = run == 1 ? f->wallMs : std::min(best, f->wallMs);
-        worstStep = std::max(worstStep, f->longestStepMs);
+        for (const auto& [label, f] : {std::pair{"off", *off}, std::pair{"on", *on}}) {
+            std::printf(
+                "run=%d history=%s launch_scan_ms=%.1f main_thread_ms=%.2f "
+                "longest_main_step_ms=%.3f categories_done=%d categories_missing=%d "
+                "measured_bytes=%lld measured_files=%lld\n",
+                run, label, f.wallMs, f.mainThreadMs, f.longestStepMs, f.done, f.missing,
+                static_cast<long long>(f.bytes), static_cast<long long>(f.files));
+            worstStep = std::max(worstStep, f.longestStepMs);
+        }
+        wallOff.push_back(off->wallMs);
+        wallOn.push_back(on->wallMs);
+        mainOff.push_back(off->mainThreadMs);
+        mainOn.push_back(on->mainThreadMs);
+        wallRatio.push_back(on->wallMs / off->wallMs);
     }
-    std::printf("launch_scan_ms_best=%.1f\nlongest_main_step_ms_max=%.3f\n", best, worstStep);
+    std::vector<double> mainAdded;
+    for (std::size_t i = 0; i < mainOn.size(); ++i) mainAdded.push_back(mainOn[i] - mainOff[i]);
+    std::printf("launch_scan_ms_median_without_history=%.1f\n", kelvane::median(wallOff));
+    std::printf("launch_scan_ms_median_with_history=%.1f\n", kelvane::median(wallOn));
+    std::printf("wall_ratio_with_history_median=%.3f\n", kelvane::median(wallRatio));
+    std::printf("main_thread_ms_added_by_history_median=%.2f\n", kelvane::median(mainAdded));
+    std::printf("longest_main_step_ms_max=%.3f\n", worstStep);
+    std::error_code ignored;
+    std::filesystem::remove_all(folder, ignored);
     return 0;
 }

@@ -20,6 +20,7 @@
 #include "core/log_entry.h"
 #include "core/pending_action.h"
 #include "core/sim_runtime.h"
+#include "model/history_keeper.h"
 #include "model/model_change.h"
 #include "model/services.h"
 #include "model/tasks.h"
@@ -45,6 +46,12 @@ struct ModelEnvironment {
     std::function<std::optional<DiskInfo>()> readDisk;
     // The home folder's own volume when it is not the root's; may be empty.
     std::function<std::optional<HomeVolume>()> readHomeVolume;
+    // Where measurements are remembered between launches; empty: nowhere.
+    std::string historyFolder;
+    // Whether finished measurements are recorded (the window keeps the setting).
+    bool recordHistory = true;
+    // The time now, in seconds since the epoch; the real clock when unset.
+    std::function<std::int64_t()> clock;
 
     static ModelEnvironment real();
 };
@@ -59,6 +66,9 @@ struct BusyProgress {
     bool stoppable = true;           // whether "停止" is offered at all
     friend bool operator==(const BusyProgress&, const BusyProgress&) = default;
 };
+
+// The order of the folder browser's items.
+enum class BrowserSort { size, growth };
 
 // One step of the breadcrumb trail; an absent path stands for "all roots".
 struct Crumb {
@@ -181,6 +191,26 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     // category knows them: from its saved scan, or from the size store.
     std::vector<std::pair<std::string, std::int64_t>> knownChildren(const std::string& path) const;
 
+    // --- history ---
+    // What grew since the chosen point: the overview's card. Empty until the
+    // history has been read (`historyRead`).
+    const GrowthReport& growth() const { return growth_; }
+    bool historyRead() const { return historyRead_; }
+    bool historyAvailable() const { return historyKeeper_ != nullptr; }
+    ComparisonPoint comparisonPoint() const { return comparison_; }
+    void setComparisonPoint(ComparisonPoint point);
+    // How `path` of the selected category changed since the chosen point;
+    // null where the history knows nothing of it.
+    const PlaceChange* growthOf(const std::string& path) const;
+    bool recordHistory() const { return recordHistory_; }
+    void setRecordHistory(bool on);
+    // "履歴を消去…": asks first, then forgets every measurement.
+    void confirmClearHistory();
+    // A row of the card: its category, opened at its folder.
+    void openGrowthRow(const GrowthRow& row);
+    BrowserSort browserSort() const { return browserSort_; }
+    void setBrowserSort(BrowserSort sort);
+
     // --- deletion ---
     void confirmDelete(const std::vector<std::string>& paths, bool permanent);
     void confirmCleanCategory(const CleanCategory& category, bool permanent);
@@ -284,6 +314,21 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     void showDeletionProgress(std::uint64_t deletion, const DeletionCounts& counts);
     void updateBusyProgress();
     std::vector<std::string> childrenOfRoots(const std::string& id) const;
+    // Puts the entries in the browser's order and tells the views.
+    void sortEntries();
+    // Remembers the category's finished measurement, off the main thread.
+    void recordMeasurement(const std::string& id);
+    // The deleted items inside each category, kept for its next measurement.
+    void noteDeleted(const std::vector<DeletedItem>& deleted);
+    // Records the categories a deletion changed, as measured now; one being
+    // measured again records when its walk ends.
+    void recordAfterDeletion();
+    // Computes the card and the selected category's changes again, off the
+    // main thread; one computation at a time, the last request winning.
+    void refreshGrowth();
+    void afterGrowth(const std::vector<HistoryError>& problems, GrowthReport report,
+                     std::optional<std::string> lookupFor, GrowthLookup lookup);
+    std::int64_t now() const;
     // The listing of the browser's folder in an opened scan.
     void listSavedScan(const ExportedTree& tree);
     void afterSavedScanRead(const std::string& file, std::shared_ptr<const ExportedTree> tree,
@@ -350,6 +395,19 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
         std::int64_t expected = 0;  // the category's last measured total
     };
     std::optional<ExportUnderWay> exporting_;
+    // The history, and what was last computed from it.
+    std::shared_ptr<HistoryKeeper> historyKeeper_;
+    bool recordHistory_ = true;
+    bool historyRead_ = false;
+    bool historyWriteFailed_ = false;  // said once in the log, not at every category
+    ComparisonPoint comparison_ = ComparisonPoint::previous;
+    GrowthReport growth_;
+    std::optional<std::string> growthLookupFor_;
+    GrowthLookup growthLookup_;
+    bool growthRunning_ = false;
+    bool growthAgain_ = false;
+    std::map<std::string, std::vector<FolderSize>> deletedSinceMeasured_;
+    BrowserSort browserSort_ = BrowserSort::size;
     // How much of the scan being opened has been read, of how much.
     std::optional<std::pair<std::uint64_t, std::uint64_t>> reading_;
 

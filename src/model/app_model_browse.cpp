@@ -42,6 +42,8 @@ void AppModel::didChangeSelection() {
         case CategoryKind::folders:
             break;
     }
+    // The browser's column shows this category's changes.
+    refreshGrowth();
     // The state from before any scan starts: a first visit opens at the top
     // level, since the roots are not known yet.
     const CategoryState before = state(category->id);
@@ -98,6 +100,7 @@ void AppModel::loadEntries() {
             }
             publish([&](AppModel& model) {
                 model.setEntries(std::move(list));
+                if (model.browserSort_ != BrowserSort::size) model.sortEntries();
                 model.setEntriesError(error);
                 model.setEntriesLoading(false);
             });
@@ -120,10 +123,7 @@ void AppModel::loadEntries() {
                 });
             }
             if (unknown.empty()) return;
-            publish([](AppModel& model) {
-                sortForDisplay(model.entries_);
-                model.notify(ModelField::entries);
-            });
+            publish([](AppModel& model) { model.sortEntries(); });
         });
     notify(ModelField::entriesTask);
 }

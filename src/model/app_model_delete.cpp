@@ -429,8 +429,10 @@ void AppModel::stopBusyWork() {
 void AppModel::afterDelete(const DeleteOutcome& outcome, bool permanent, std::uint64_t deletion,
                            const DeletionCounts& counts) {
     setBusyMessage(std::nullopt);
+    noteDeleted(outcome.deleted);
     endDeletion(deletion, true);
     refreshCategorySizes();
+    recordAfterDeletion();
     refreshDisk();
 
     // Step out of folders that the deletion took away.
@@ -568,6 +570,7 @@ void AppModel::afterAdminDelete(const AdminDeleteResult& result, std::size_t off
     setBusyMessage(std::nullopt);
     const DeleteOutcome& outcome = result.outcome;
     const bool nothingRan = ranNothing(result);
+    noteDeleted(outcome.deleted);
     endDeletion(deletion, !nothingRan);
     if (result.elevationMissing) {
         addLog("pkexec が無いため管理者権限で削除できませんでした", true);
@@ -583,6 +586,7 @@ void AppModel::afterAdminDelete(const AdminDeleteResult& result, std::size_t off
     std::vector<std::string> gone;
     for (const DeletedItem& item : outcome.deleted) gone.push_back(item.path);
     refreshCategorySizes();
+    recordAfterDeletion();
     refreshDisk();
     dropFromSelection(gone);
     loadEntries();

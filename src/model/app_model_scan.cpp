@@ -169,6 +169,8 @@ void AppModel::finishScan(const std::string& id, const ScanStats& stats, bool ca
     notify(ModelField::states, id);
     scanTasks_.erase(id);
     notify(ModelField::scanTasks, id);
+    // A walk the user stopped counted only part of the category.
+    if (!cancelled) recordMeasurement(id);
 
     // Our walk took the roots of every category inside ours out of the store
     // and recorded them again: their totals are read afresh. Some it cannot

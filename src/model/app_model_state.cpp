@@ -21,9 +21,14 @@ ModelEnvironment ModelEnvironment::real() {
     // only where their folders exist), then the places that fill a Linux
     // disk; the folders the user adds come after both.
     std::vector<CleanCategory> categories = ShownCategories::onThisMachine(CatalogOnLinux::all());
-    return ModelEnvironment{Catalog::home(), Catalog::trashFiles(), std::move(categories),
-                            &DiskCapacity::current,
-                            [] { return DiskCapacity::homeVolume(Catalog::home()); }};
+    ModelEnvironment env;
+    env.home = Catalog::home();
+    env.trashFiles = Catalog::trashFiles();
+    env.categories = std::move(categories);
+    env.readDisk = &DiskCapacity::current;
+    env.readHomeVolume = [] { return DiskCapacity::homeVolume(Catalog::home()); };
+    env.historyFolder = HistoryFile::defaultFolder();
+    return env;
 }
 
 std::shared_ptr<AppModel> AppModel::create(std::shared_ptr<MainQueue> mainQueue,
@@ -56,6 +61,11 @@ AppModel::~AppModel() {
 }
 
 void AppModel::finishConstruction() {
+    recordHistory_ = env_.recordHistory;
+    if (!env_.historyFolder.empty()) {
+        historyKeeper_ = std::make_shared<HistoryKeeper>(env_.historyFolder);
+        refreshGrowth();  // reads the files on a worker
+    }
     disk_ = env_.readDisk();
     if (env_.readHomeVolume) homeVolume_ = env_.readHomeVolume();
     const std::optional<std::string> initial = services_->initialSelection();

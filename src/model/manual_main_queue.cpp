@@ -29,6 +29,7 @@ std::size_t ManualMainQueue::drain() {
         step();
         const auto took = std::chrono::steady_clock::now() - start;
         if (took > longest_) longest_ = took;
+        busy_ += took;
         ++ran;
     }
 }

@@ -46,6 +46,8 @@ class ManualMainQueue : public MainQueue {
 
     // The longest single step run so far, for responsiveness measurements.
     std::chrono::nanoseconds longestStep() const { return longest_; }
+    // The time every step run so far took together: the main thread's share of the work.
+    std::chrono::nanoseconds busyTime() const { return busy_; }
 
   private:
     struct Delayed {
@@ -59,6 +61,7 @@ class ManualMainQueue : public MainQueue {
     std::vector<Delayed> delayed_;
     std::chrono::milliseconds now_{0};
     std::chrono::nanoseconds longest_{0};
+    std::chrono::nanoseconds busy_{0};
 };
 
 }  // namespace kelvane

@@ -28,6 +28,9 @@ enum class ModelField {
     notice,
     scanTasks,
     entriesTask,
+    growth,          // the card, the browser's changes, the comparison point
+    recordHistory,
+    browserSort,
 };
 
 // One notification. `key` names the one category whose state changed (for

@@ -261,8 +261,11 @@ TEST(LinuxPlaces, TheLaunchScanMeasuresSystemFoldersAsDuDoes) {
         auto rows = CatalogOnLinux::adapt(Catalog::build(home, "/t"),
                                           {home, "", "/nonexistent-tmp", home + "/.local/share"});
         for (CleanCategory& row : LinuxCatalog::build(home, "")) rows.push_back(std::move(row));
-        ModelEnvironment env{home, home + "/Trash/files", ShownCategories::onThisMachine(rows),
-                             [] { return std::optional<DiskInfo>(); }, nullptr};
+        ModelEnvironment env;
+        env.home = home;
+        env.trashFiles = home + "/Trash/files";
+        env.categories = ShownCategories::onThisMachine(rows);
+        env.readDisk = [] { return std::optional<DiskInfo>(); };
         const auto model = AppModel::create(queue, std::make_shared<SystemServices>(), env);
         model->startInitialScan();
         ASSERT_TRUE(

@@ -1,0 +1,203 @@
+// AppModel: the measurement history — recording each finished measurement,
+// and what grew since a point in time, for the overview's card and the
+// browser's column.
+#include <algorithm>
+#include <ctime>
+
+#include "core/catalog.h"
+#include "core/fmt.h"
+#include "core/path_text.h"
+#include "model/app_model.h"
+#include "scan/history_sample.h"
+
+namespace kelvane {
+namespace {
+
+// Rows of the overview's card.
+constexpr std::size_t kCardRows = 8;
+
+}  // namespace
+
+std::int64_t AppModel::now() const {
+    return env_.clock ? env_.clock() : static_cast<std::int64_t>(std::time(nullptr));
+}
+
+void AppModel::setComparisonPoint(ComparisonPoint point) {
+    if (point == comparison_) return;
+    comparison_ = point;
+    notify(ModelField::growth);
+    refreshGrowth();
+}
+
+void AppModel::setRecordHistory(bool on) {
+    assignIfChanged(recordHistory_, on, ModelField::recordHistory);
+}
+
+void AppModel::setBrowserSort(BrowserSort sort) {
+    if (sort == browserSort_) return;
+    browserSort_ = sort;
+    notify(ModelField::browserSort);
+    sortEntries();
+}
+
+const PlaceChange* AppModel::growthOf(const std::string& path) const {
+    if (!selectedID_ || growthLookupFor_ != selectedID_) return nullptr;
+    return growthLookup_.find(path);
+}
+
+void AppModel::sortEntries() {
+    if (browserSort_ == BrowserSort::growth) {
+        // Growth first, then shrinking; places the history does not know keep
+        // their order by size after them.
+        sortForDisplay(entries_);
+        std::stable_sort(entries_.begin(), entries_.end(), [&](const Entry& a, const Entry& b) {
+            const PlaceChange* x = growthOf(a.path);
+            const PlaceChange* y = growthOf(b.path);
+            if (!x || !y) return x && !y;
+            return x->net() > y->net();
+        });
+    } else {
+        sortForDisplay(entries_);
+    }
+    notify(ModelField::entries);
+}
+
+void AppModel::noteDeleted(const std::vector<DeletedItem>& deleted) {
+    for (const CleanCategory& category : categories_) {
+        if (isSavedScan(category.id)) continue;
+        const std::vector<std::string>& roots = state(category.id).roots;
+        for (const DeletedItem& item : deleted) {
+            if (anyInside({item.path}, roots))
+                deletedSinceMeasured_[category.id].push_back({item.path, item.size});
+        }
+    }
+}
+
+void AppModel::recordAfterDeletion() {
+    std::vector<std::string> changed;
+    for (const auto& [id, deleted] : deletedSinceMeasured_) changed.push_back(id);
+    for (const std::string& id : changed) recordMeasurement(id);
+}
+
+void AppModel::recordMeasurement(const std::string& id) {
+    if (!historyKeeper_ || !recordHistory_ || isSavedScan(id)) return;
+    const CategoryState s = state(id);
+    if (s.status != CategoryState::Status::done || s.roots.empty()) return;
+    Measurement measured;
+    measured.time = now();
+    measured.total = s.bytes;
+    if (const auto it = deletedSinceMeasured_.find(id); it != deletedSinceMeasured_.end()) {
+        measured.deleted = std::move(it->second);
+        deletedSinceMeasured_.erase(it);
+        std::sort(measured.deleted.begin(), measured.deleted.end(),
+                  [](const FolderSize& a, const FolderSize& b) { return a.path < b.path; });
+    }
+    // The folders are read from the store on the worker: a category of 2,000
+    // folders is a few milliseconds the main thread does not spend.
+    startDetached(TaskPriority::utility, [weak = weak_from_this(), main = main_, store = store_,
+                                          keeper = historyKeeper_, id, roots = s.roots,
+                                          measured = std::move(measured)](const TaskHandle&) mutable {
+        HistorySample::Sample sample = HistorySample::take(*store, roots);
+        measured.folders = std::move(sample.folders);
+        measured.cutoff = sample.cutoff;
+        const std::optional<HistoryError> error = keeper->record(id, measured, measured.time);
+        main->post([weak, error] {
+            const auto model = weak.lock();
+            if (!model) return;
+            if (error && !model->historyWriteFailed_) {
+                model->historyWriteFailed_ = true;
+                model->addLog(error->message, true);
+            }
+            model->refreshGrowth();
+        });
+    });
+}
+
+void AppModel::refreshGrowth() {
+    if (!historyKeeper_) return;
+    if (growthRunning_) {
+        growthAgain_ = true;
+        return;
+    }
+    growthRunning_ = true;
+    std::vector<std::string> shown;
+    for (const CleanCategory& category : categories_) {
+        if (category.kind == CategoryKind::folders && !isSavedScan(category.id))
+            shown.push_back(category.id);
+    }
+    std::optional<std::string> lookupFor;
+    if (selectedID_ && std::find(shown.begin(), shown.end(), *selectedID_) != shown.end())
+        lookupFor = selectedID_;
+    startDetached(TaskPriority::utility, [weak = weak_from_this(), main = main_,
+                                          keeper = historyKeeper_, point = comparison_,
+                                          when = now(), shown = std::move(shown),
+                                          lookupFor](const TaskHandle&) {
+        std::vector<HistoryError> problems = keeper->load();
+        GrowthReport report = keeper->report(point, when, shown, kCardRows);
+        GrowthLookup lookup = lookupFor ? keeper->lookup(*lookupFor, point, when) : GrowthLookup{};
+        main->post([weak, problems = std::move(problems), report = std::move(report), lookupFor,
+                    lookup = std::move(lookup)]() mutable {
+            if (const auto model = weak.lock())
+                model->afterGrowth(problems, std::move(report), lookupFor, std::move(lookup));
+        });
+    });
+}
+
+void AppModel::afterGrowth(const std::vector<HistoryError>& problems, GrowthReport report,
+                           std::optional<std::string> lookupFor, GrowthLookup lookup) {
+    growthRunning_ = false;
+    for (const HistoryError& problem : problems) addLog(problem.message, true);
+    if (growthAgain_) {
+        // Something changed meanwhile (a measurement, the point, the selection).
+        growthAgain_ = false;
+        refreshGrowth();
+        return;
+    }
+    growth_ = std::move(report);
+    growthLookupFor_ = std::move(lookupFor);
+    growthLookup_ = std::move(lookup);
+    historyRead_ = true;
+    notify(ModelField::growth);
+    if (browserSort_ == BrowserSort::growth) sortEntries();
+}
+
+void AppModel::confirmClearHistory() {
+    if (!historyKeeper_) return;
+    setPendingAction(PendingAction(
+        "記録した履歴をすべて消去しますか？",
+        "各カテゴリの過去のサイズの記録が消え、「増えた場所」は次回の測定から記録し直します。"
+        "ファイルは削除されません。",
+        "消去", [weak = weak_from_this()] {
+            const auto model = weak.lock();
+            if (!model) return;
+            model->deletedSinceMeasured_.clear();
+            startDetached(TaskPriority::userInitiated, [weak, main = model->main_,
+                                                        keeper = model->historyKeeper_](
+                                                           const TaskHandle&) {
+                const std::optional<HistoryError> error = keeper->clear();
+                main->post([weak, error] {
+                    const auto m = weak.lock();
+                    if (!m) return;
+                    if (error) {
+                        m->setNotice("履歴を消去できませんでした。\n" + error->message);
+                    } else {
+                        m->addLog("履歴を消去しました", false);
+                    }
+                    m->refreshGrowth();
+                });
+            });
+        }));
+}
+
+void AppModel::openGrowthRow(const GrowthRow& row) {
+    setSelectedID(row.categoryID);
+    if (row.path.empty()) return;
+    // A folder that is gone has nothing to show: the category opens as usual.
+    const CategoryState s = state(row.categoryID);
+    if (!anyInside({row.path}, s.roots)) return;
+    setBrowserPath(row.path);
+    setEntrySelection({});
+    loadEntries();
+}
+
+}  // namespace kelvane

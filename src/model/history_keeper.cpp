@@ -1,0 +1,82 @@
+#include "model/history_keeper.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "system/history_limits.h"
+
+namespace kelvane {
+
+void HistoryKeeper::loadLocked() {
+    if (loaded_) return;
+    loaded_ = true;
+    LoadedHistories loaded = HistoryFile::loadAll(folder_);
+    for (CategoryHistory& history : loaded.histories) {
+        const std::string id = history.categoryID();
+        histories_.insert_or_assign(id, std::move(history));
+    }
+    loadProblems_ = std::move(loaded.problems);
+}
+
+std::vector<HistoryError> HistoryKeeper::load() {
+    const std::lock_guard guard(mutex_);
+    loadLocked();
+    return std::exchange(loadProblems_, {});
+}
+
+std::optional<HistoryError> HistoryKeeper::record(const std::string& categoryID,
+                                                  const Measurement& m, std::int64_t now) {
+    const std::lock_guard guard(mutex_);
+    loadLocked();
+    auto it = histories_.find(categoryID);
+    CategoryHistory before = it != histories_.end() ? std::move(it->second)
+                                                     : CategoryHistory(categoryID);
+    CategoryHistory after = HistoryLimits::record(std::move(before), m, now);
+    std::optional<HistoryError> saved = HistoryFile::save(folder_, after);
+    // Kept in memory even when the file could not be written: this session still compares.
+    histories_.insert_or_assign(categoryID, std::move(after));
+    return saved;
+}
+
+GrowthReport HistoryKeeper::report(ComparisonPoint point, std::int64_t now,
+                                   const std::vector<std::string>& shown, std::size_t limit) {
+    const std::lock_guard guard(mutex_);
+    loadLocked();
+    GrowthReport report;
+    report.point = point;
+    std::vector<CategoryGrowth> growths;
+    for (const std::string& id : shown) {
+        const auto it = histories_.find(id);
+        if (it == histories_.end() || it->second.empty()) continue;
+        CategoryGrowth growth = Growth::compare(it->second, point, now);
+        if (growth.since) {
+            report.since.emplace(id, *growth.since);
+        } else if (growth.afterNextMeasurement) {
+            report.afterNextMeasurement = true;
+        } else if (growth.possibleAt) {
+            report.possibleAt = std::min(report.possibleAt.value_or(*growth.possibleAt),
+                                         *growth.possibleAt);
+        }
+        growths.push_back(std::move(growth));
+    }
+    report.rows = Growth::card(growths, limit);
+    return report;
+}
+
+GrowthLookup HistoryKeeper::lookup(const std::string& categoryID, ComparisonPoint point,
+                                   std::int64_t now) {
+    const std::lock_guard guard(mutex_);
+    loadLocked();
+    const auto it = histories_.find(categoryID);
+    if (it == histories_.end() || it->second.empty()) return {};
+    return Growth::lookup(it->second, point, now);
+}
+
+std::optional<HistoryError> HistoryKeeper::clear() {
+    const std::lock_guard guard(mutex_);
+    loaded_ = true;
+    histories_.clear();
+    return HistoryFile::clear(folder_);
+}
+
+}  // namespace kelvane
