@@ -14,9 +14,9 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <optional>
-#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>

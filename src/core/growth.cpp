@@ -84,11 +84,15 @@ std::optional<std::int64_t> GrowthLookup::netChange(std::string_view path) const
 }
 
 std::optional<std::size_t> Growth::pointIndex(const CategoryHistory& history, ComparisonPoint point,
-                                              std::int64_t now) {
+                                              std::int64_t now,
+                                              std::optional<std::int64_t> sessionStart) {
     if (history.size() < 2) return std::nullopt;
     const std::size_t last = history.size() - 1;
-    if (point == ComparisonPoint::previous) return last - 1;
-    const std::int64_t target = now - spanOf(point);
+    if (point == ComparisonPoint::previous && !sessionStart) return last - 1;
+    // Measurements of this session (a rescan, the re-measure after a deletion) are not "the
+    // previous time": the one before them is.
+    const std::int64_t target =
+        point == ComparisonPoint::previous ? *sessionStart - 1 : now - spanOf(point);
     for (std::size_t i = last; i-- > 0;) {
         if (history.step(i).time <= target) return i;
     }
@@ -96,10 +100,10 @@ std::optional<std::size_t> Growth::pointIndex(const CategoryHistory& history, Co
 }
 
 CategoryGrowth Growth::compare(const CategoryHistory& history, ComparisonPoint point,
-                               std::int64_t now) {
+                               std::int64_t now, std::optional<std::int64_t> sessionStart) {
     CategoryGrowth growth;
     growth.categoryID = history.categoryID();
-    const auto from = pointIndex(history, point, now);
+    const auto from = pointIndex(history, point, now, sessionStart);
     if (!from) {
         if (history.empty()) return growth;
         const std::int64_t first = history.step(0).time + spanOf(point);
@@ -123,9 +127,9 @@ CategoryGrowth Growth::compare(const CategoryHistory& history, ComparisonPoint p
     return growth;
 }
 
-GrowthLookup Growth::lookup(const CategoryHistory& history, ComparisonPoint point,
-                            std::int64_t now) {
-    const auto from = pointIndex(history, point, now);
+GrowthLookup Growth::lookup(const CategoryHistory& history, ComparisonPoint point, std::int64_t now,
+                            std::optional<std::int64_t> sessionStart) {
+    const auto from = pointIndex(history, point, now, sessionStart);
     if (!from) return {};
     return GrowthLookup(placesBetween(history, *from, history.size() - 1));
 }

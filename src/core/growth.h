@@ -11,8 +11,9 @@
 
 namespace kelvane {
 
-// The measurement a comparison looks back to: the one before the latest, or the nearest one at
-// least a week or a month (30 days) before now.
+// The measurement a comparison looks back to: the one before the latest (with a session start
+// given, the latest one made before it: the previous launch's), or the nearest one at least a
+// week or a month (30 days) before now.
 enum class ComparisonPoint { previous, weekAgo, monthAgo };
 
 enum class ChangeKind {
@@ -82,13 +83,16 @@ inline constexpr std::int64_t day = 24 * 60 * 60;
 
 // Which measurement `point` compares the latest one with, if any.
 std::optional<std::size_t> pointIndex(const CategoryHistory& history, ComparisonPoint point,
-                                      std::int64_t now);
+                                      std::int64_t now,
+                                      std::optional<std::int64_t> sessionStart = std::nullopt);
 
 // The latest measurement against `point`.
-CategoryGrowth compare(const CategoryHistory& history, ComparisonPoint point, std::int64_t now);
+CategoryGrowth compare(const CategoryHistory& history, ComparisonPoint point, std::int64_t now,
+                       std::optional<std::int64_t> sessionStart = std::nullopt);
 
 // The same comparison with unchanged places kept, to look places up by path.
-GrowthLookup lookup(const CategoryHistory& history, ComparisonPoint point, std::int64_t now);
+GrowthLookup lookup(const CategoryHistory& history, ComparisonPoint point, std::int64_t now,
+                    std::optional<std::int64_t> sessionStart = std::nullopt);
 
 // The `limit` places that changed most across every category, by the size of their net change.
 // A category's total counts as the parent of its folders. A place is left out when one of its

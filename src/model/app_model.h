@@ -24,13 +24,13 @@
 #include "model/model_change.h"
 #include "model/services.h"
 #include "model/tasks.h"
+#include "scan/export_walk.h"
 #include "scan/exported_tree.h"
 #include "scan/scan_limiter.h"
 #include "scan/scanner.h"
 #include "scan/size_store.h"
 #include "system/admin_delete_result.h"
 #include "system/delete_outcome.h"
-#include "scan/export_walk.h"
 #include "system/deletion_progress.h"
 
 namespace kelvane {

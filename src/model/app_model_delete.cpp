@@ -410,8 +410,7 @@ void AppModel::updateBusyProgress() {
         shown->text = Fmt::bytes(static_cast<std::int64_t>(done)) + " / " +
                       Fmt::bytes(static_cast<std::int64_t>(size)) + " を読み込みました";
         if (size > 0) {
-            shown->fraction =
-                std::min(1.0, static_cast<double>(done) / static_cast<double>(size));
+            shown->fraction = std::min(1.0, static_cast<double>(done) / static_cast<double>(size));
         }
         shown->stoppable = false;
     }

@@ -94,23 +94,24 @@ void AppModel::recordMeasurement(const std::string& id) {
     }
     // The folders are read from the store on the worker: a category of 2,000
     // folders is a few milliseconds the main thread does not spend.
-    startDetached(TaskPriority::utility, [weak = weak_from_this(), main = main_, store = store_,
-                                          keeper = historyKeeper_, id, roots = s.roots,
-                                          measured = std::move(measured)](const TaskHandle&) mutable {
-        HistorySample::Sample sample = HistorySample::take(*store, roots);
-        measured.folders = std::move(sample.folders);
-        measured.cutoff = sample.cutoff;
-        const std::optional<HistoryError> error = keeper->record(id, measured, measured.time);
-        main->post([weak, error] {
-            const auto model = weak.lock();
-            if (!model) return;
-            if (error && !model->historyWriteFailed_) {
-                model->historyWriteFailed_ = true;
-                model->addLog(error->message, true);
-            }
-            model->refreshGrowth();
-        });
-    });
+    startDetached(TaskPriority::utility,
+                  [weak = weak_from_this(), main = main_, store = store_, keeper = historyKeeper_,
+                   id, roots = s.roots, measured = std::move(measured)](const TaskHandle&) mutable {
+                      HistorySample::Sample sample = HistorySample::take(*store, roots);
+                      measured.folders = std::move(sample.folders);
+                      measured.cutoff = sample.cutoff;
+                      const std::optional<HistoryError> error =
+                          keeper->record(id, measured, measured.time);
+                      main->post([weak, error] {
+                          const auto model = weak.lock();
+                          if (!model) return;
+                          if (error && !model->historyWriteFailed_) {
+                              model->historyWriteFailed_ = true;
+                              model->addLog(error->message, true);
+                          }
+                          model->refreshGrowth();
+                      });
+                  });
 }
 
 void AppModel::refreshGrowth() {
@@ -171,21 +172,21 @@ void AppModel::confirmClearHistory() {
             const auto model = weak.lock();
             if (!model) return;
             model->deletedSinceMeasured_.clear();
-            startDetached(TaskPriority::userInitiated, [weak, main = model->main_,
-                                                        keeper = model->historyKeeper_](
-                                                           const TaskHandle&) {
-                const std::optional<HistoryError> error = keeper->clear();
-                main->post([weak, error] {
-                    const auto m = weak.lock();
-                    if (!m) return;
-                    if (error) {
-                        m->setNotice("履歴を消去できませんでした。\n" + error->message);
-                    } else {
-                        m->addLog("履歴を消去しました", false);
-                    }
-                    m->refreshGrowth();
+            startDetached(
+                TaskPriority::userInitiated,
+                [weak, main = model->main_, keeper = model->historyKeeper_](const TaskHandle&) {
+                    const std::optional<HistoryError> error = keeper->clear();
+                    main->post([weak, error] {
+                        const auto m = weak.lock();
+                        if (!m) return;
+                        if (error) {
+                            m->setNotice("履歴を消去できませんでした。\n" + error->message);
+                        } else {
+                            m->addLog("履歴を消去しました", false);
+                        }
+                        m->refreshGrowth();
+                    });
                 });
-            });
         }));
 }
 

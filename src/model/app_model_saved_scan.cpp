@@ -97,7 +97,8 @@ void AppModel::openSavedScan(const std::string& file) {
         } else if (S_ISDIR(status.st_mode)) {
             error = ErrorText::posix(EISDIR);
         } else {
-            const auto size = static_cast<std::uint64_t>(S_ISREG(status.st_mode) ? status.st_size : 0);
+            const auto size =
+                static_cast<std::uint64_t>(S_ISREG(status.st_mode) ? status.st_size : 0);
             Throttle throttle;
             auto read = ExportedTree::read(fd.get(), [&](std::uint64_t done) {
                 if (!throttle.due()) return;
@@ -122,8 +123,7 @@ void AppModel::openSavedScan(const std::string& file) {
     });
 }
 
-void AppModel::afterSavedScanRead(const std::string& file,
-                                  std::shared_ptr<const ExportedTree> tree,
+void AppModel::afterSavedScanRead(const std::string& file, std::shared_ptr<const ExportedTree> tree,
                                   const std::optional<std::string>& error) {
     reading_.reset();
     updateBusyProgress();
@@ -144,8 +144,8 @@ void AppModel::afterSavedScanRead(const std::string& file,
                            "探索",
                            PathText::shortForm(root, env_.home) + " (" + Fmt::date(made) + ")",
                            "doc.text.magnifyingglass",
-                           "スキャン結果: " + file + "\n" + tree->metadata().progname +
-                               " が " + root + " を調べたもの",
+                           "スキャン結果: " + file + "\n" + tree->metadata().progname + " が " +
+                               root + " を調べたもの",
                            Risk::caution,
                            CategoryKind::folders,
                            {},
@@ -183,9 +183,9 @@ void AppModel::listSavedScan(const ExportedTree& tree) {
     const std::optional<ExportedTree::Id> folder =
         browserPath_ ? tree.find(*browserPath_) : std::optional(tree.root());
     if (!browserPath_) {
-        list.push_back(Entry{std::string(tree.name(tree.root())), std::string(tree.name(tree.root())),
-                             tree.isFolder(tree.root()), false, false, tree.bytes(tree.root()),
-                             std::nullopt});
+        list.push_back(Entry{std::string(tree.name(tree.root())),
+                             std::string(tree.name(tree.root())), tree.isFolder(tree.root()), false,
+                             false, tree.bytes(tree.root()), std::nullopt});
     } else if (!folder) {
         setEntries({});
         setEntriesError(std::string(kNotInScan));
@@ -216,8 +216,8 @@ std::vector<std::pair<std::string, std::int64_t>> AppModel::knownChildren(
     if (!at) return folders;
     const std::string prefix = !path.empty() && path.back() == '/' ? path : path + "/";
     for (const ExportedTree::Id child : tree->children(*at)) {
-        if (tree->isFolder(child)) folders.emplace_back(prefix + std::string(tree->name(child)),
-                                                        tree->bytes(child));
+        if (tree->isFolder(child))
+            folders.emplace_back(prefix + std::string(tree->name(child)), tree->bytes(child));
     }
     return folders;
 }
@@ -254,7 +254,8 @@ void AppModel::exportCategory(const CleanCategory& category) {
         UniqueFd out;
         for (int attempt = 0; !out.valid(); ++attempt) {
             temporary = file + ".part" + std::to_string(attempt);
-            out = UniqueFd(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+            out =
+                UniqueFd(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
             if (!out.valid() && (errno != EEXIST || attempt == 99)) {
                 finish({}, errno);
                 return;
@@ -275,8 +276,7 @@ void AppModel::exportCategory(const CleanCategory& category) {
                 return !stop->load();
             });
         if (result.rootErrno == 0 && result.writeErrno == 0 &&
-            (::fsync(out.get()) != 0 ||
-             ::rename(temporary.c_str(), file.c_str()) != 0)) {
+            (::fsync(out.get()) != 0 || ::rename(temporary.c_str(), file.c_str()) != 0)) {
             result.writeErrno = errno;
         }
         if (result.rootErrno != 0 || result.writeErrno != 0) ::unlink(temporary.c_str());
@@ -284,13 +284,13 @@ void AppModel::exportCategory(const CleanCategory& category) {
     });
 }
 
-void AppModel::afterExport(const std::string& file, const ExportWalkResult& result,
-                           int openErrno) {
+void AppModel::afterExport(const std::string& file, const ExportWalkResult& result, int openErrno) {
     exporting_.reset();
     updateBusyProgress();
     setBusyMessage(std::nullopt);
     if (openErrno != 0) {
-        setNotice("スキャン結果を書き出せませんでした: " + file + "\n" + ErrorText::posix(openErrno));
+        setNotice("スキャン結果を書き出せませんでした: " + file + "\n" +
+                  ErrorText::posix(openErrno));
         return;
     }
     if (result.writeErrno == ECANCELED) {

@@ -63,7 +63,7 @@ AppModel::~AppModel() {
 void AppModel::finishConstruction() {
     recordHistory_ = env_.recordHistory;
     if (!env_.historyFolder.empty()) {
-        historyKeeper_ = std::make_shared<HistoryKeeper>(env_.historyFolder);
+        historyKeeper_ = std::make_shared<HistoryKeeper>(env_.historyFolder, now());
         refreshGrowth();  // reads the files on a worker
     }
     disk_ = env_.readDisk();

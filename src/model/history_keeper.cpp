@@ -29,8 +29,8 @@ std::optional<HistoryError> HistoryKeeper::record(const std::string& categoryID,
     const std::lock_guard guard(mutex_);
     loadLocked();
     auto it = histories_.find(categoryID);
-    CategoryHistory before = it != histories_.end() ? std::move(it->second)
-                                                     : CategoryHistory(categoryID);
+    CategoryHistory before =
+        it != histories_.end() ? std::move(it->second) : CategoryHistory(categoryID);
     CategoryHistory after = HistoryLimits::record(std::move(before), m, now);
     std::optional<HistoryError> saved = HistoryFile::save(folder_, after);
     // Kept in memory even when the file could not be written: this session still compares.
@@ -48,14 +48,14 @@ GrowthReport HistoryKeeper::report(ComparisonPoint point, std::int64_t now,
     for (const std::string& id : shown) {
         const auto it = histories_.find(id);
         if (it == histories_.end() || it->second.empty()) continue;
-        CategoryGrowth growth = Growth::compare(it->second, point, now);
+        CategoryGrowth growth = Growth::compare(it->second, point, now, sessionStart_);
         if (growth.since) {
             report.since.emplace(id, *growth.since);
         } else if (growth.afterNextMeasurement) {
             report.afterNextMeasurement = true;
         } else if (growth.possibleAt) {
-            report.possibleAt = std::min(report.possibleAt.value_or(*growth.possibleAt),
-                                         *growth.possibleAt);
+            report.possibleAt =
+                std::min(report.possibleAt.value_or(*growth.possibleAt), *growth.possibleAt);
         }
         growths.push_back(std::move(growth));
     }
@@ -69,7 +69,7 @@ GrowthLookup HistoryKeeper::lookup(const std::string& categoryID, ComparisonPoin
     loadLocked();
     const auto it = histories_.find(categoryID);
     if (it == histories_.end() || it->second.empty()) return {};
-    return Growth::lookup(it->second, point, now);
+    return Growth::lookup(it->second, point, now, sessionStart_);
 }
 
 std::optional<HistoryError> HistoryKeeper::clear() {

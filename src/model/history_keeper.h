@@ -31,7 +31,9 @@ struct GrowthReport {
 // included), so the main thread never calls it and never waits on the disk.
 class HistoryKeeper {
   public:
-    explicit HistoryKeeper(std::string folder) : folder_(std::move(folder)) {}
+    // `sessionStart`: when this launch began; "前回" compares with the launch before it.
+    HistoryKeeper(std::string folder, std::int64_t sessionStart)
+        : folder_(std::move(folder)), sessionStart_(sessionStart) {}
 
     // Reads the files the first time any call needs them; what was set aside or could not be
     // read, once, for the log.
@@ -52,6 +54,7 @@ class HistoryKeeper {
 
     std::mutex mutex_;
     const std::string folder_;
+    const std::int64_t sessionStart_;
     bool loaded_ = false;
     std::vector<HistoryError> loadProblems_;
     std::map<std::string, CategoryHistory> histories_;

@@ -28,7 +28,7 @@ enum class ModelField {
     notice,
     scanTasks,
     entriesTask,
-    growth,          // the card, the browser's changes, the comparison point
+    growth,  // the card, the browser's changes, the comparison point
     recordHistory,
     browserSort,
 };

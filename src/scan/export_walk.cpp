@@ -541,7 +541,8 @@ ExportWalkResult exportRoots(std::vector<std::string> roots, int outFd,
         total.rootErrno = ENOENT;
         return total;
     }
-    if (outer.size() == 1) return exportTree(outer.front(), outer.front(), outFd, progress, threads);
+    if (outer.size() == 1)
+        return exportTree(outer.front(), outer.front(), outFd, progress, threads);
 
     std::string shared = outer.front();
     while (!std::all_of(outer.begin(), outer.end(),

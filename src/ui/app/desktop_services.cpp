@@ -86,7 +86,8 @@ namespace {
 // Qt's file chooser in the window's language, sized for the dates it shows.
 void prepareFileDialog(QFileDialog& dialog) {
     dialog.setProxyModel(new ChooserRows(&dialog));
-    dialog.setNameFilters({QStringLiteral("スキャン結果 (*.json)"), QStringLiteral("すべてのファイル (*)")});
+    dialog.setNameFilters(
+        {QStringLiteral("スキャン結果 (*.json)"), QStringLiteral("すべてのファイル (*)")});
     dialog.resize(760, 480);
     if (auto* details = dialog.findChild<QTreeView*>()) {
         for (const int column :
@@ -108,7 +109,8 @@ std::optional<std::string> DesktopServices::chooseSavedScan() {
     QFileDialog dialog(window_, QStringLiteral("スキャン結果を開く"));
     dialog.setFileMode(QFileDialog::ExistingFile);
     dialog.setLabelText(QFileDialog::Accept, QStringLiteral("開く"));
-    dialog.setLabelText(QFileDialog::LookIn, QStringLiteral("ncdu・gdu・kelvane-scan の書き出したファイル"));
+    dialog.setLabelText(QFileDialog::LookIn,
+                        QStringLiteral("ncdu・gdu・kelvane-scan の書き出したファイル"));
     prepareFileDialog(dialog);
     dialog.setDirectory(QDir::home());
     return chosenPath(dialog);

@@ -83,8 +83,8 @@ void MainWindow::updateExportAction() {
                           !model.isSavedScan(category->id) &&
                           !model.state(category->id).roots.empty();
     exportScan_->setEnabled(possible);
-    exportScan_->setToolTip(possible ? QString()
-                                     : QStringLiteral("このディスクのカテゴリを選ぶと書き出せます"));
+    exportScan_->setToolTip(
+        possible ? QString() : QStringLiteral("このディスクのカテゴリを選ぶと書き出せます"));
 }
 
 void MainWindow::showScreen(Screen* screen) {

@@ -7,9 +7,9 @@
 #include <QTimer>
 #include <QToolButton>
 
+#include "ui/app/model_bridge.h"
 #include "ui/browser/browser_navigation.h"
 #include "ui/components/display_text.h"
-#include "ui/app/model_bridge.h"
 #include "ui/components/palette_roles.h"
 #include "ui/components/styled_label.h"
 #include "ui/components/symbol_icons.h"

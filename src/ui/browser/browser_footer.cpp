@@ -6,8 +6,8 @@
 #include <QPushButton>
 
 #include "core/fmt.h"
-#include "ui/browser/browser_navigation.h"
 #include "ui/app/model_bridge.h"
+#include "ui/browser/browser_navigation.h"
 #include "ui/components/palette_roles.h"
 #include "ui/components/spinner.h"
 #include "ui/components/styled_label.h"

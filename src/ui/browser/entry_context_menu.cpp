@@ -16,7 +16,8 @@ QMenu* entryContextMenu(AppModel& model, const Entry& entry, QWidget* parent) {
                          [&model, path = entry.path] { BrowserNavigation::open(model, path); });
     }
     QAction* reveal = menu->addAction(QStringLiteral("ファイルマネージャで表示"));
-    QObject::connect(reveal, &QAction::triggered, menu, [&model, targets] { model.reveal(targets); });
+    QObject::connect(reveal, &QAction::triggered, menu,
+                     [&model, targets] { model.reveal(targets); });
     menu->addSeparator();
     QAction* trash = menu->addAction(QStringLiteral("ゴミ箱へ入れる"));
     QObject::connect(trash, &QAction::triggered, menu,

@@ -5,8 +5,8 @@
 
 #include "core/fmt.h"
 #include "core/path_text.h"
-#include "ui/components/display_text.h"
 #include "ui/app/model_bridge.h"
+#include "ui/components/display_text.h"
 
 namespace kelvane {
 

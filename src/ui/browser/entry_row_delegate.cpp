@@ -9,8 +9,8 @@
 #include <algorithm>
 
 #include "core/fmt.h"
-#include "ui/components/display_text.h"
 #include "ui/browser/entry_list_model.h"
+#include "ui/components/display_text.h"
 #include "ui/components/file_icon.h"
 #include "ui/components/palette_roles.h"
 #include "ui/components/size_bar.h"

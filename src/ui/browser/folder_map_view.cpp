@@ -123,9 +123,9 @@ void FolderMapView::rebuild() {
     if (current_ && *current_ < tiles_.size()) current = tiles_[*current_].path;
     MapStyle style;
     style.header = fontMetrics().height() + 4;
-    tiles_ =
-        FolderMap::build(model.entries(), [&model](const std::string& path) { return model.knownChildren(path); },
-                         {kMargin, kMargin, width() - 2 * kMargin, height() - 2 * kMargin}, style);
+    tiles_ = FolderMap::build(
+        model.entries(), [&model](const std::string& path) { return model.knownChildren(path); },
+        {kMargin, kMargin, width() - 2 * kMargin, height() - 2 * kMargin}, style);
     std::set<std::string> seen;
     repeatedNames_.clear();
     for (const MapTile& tile : tiles_) {

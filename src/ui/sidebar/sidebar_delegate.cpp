@@ -4,9 +4,9 @@
 #include <QPainter>
 
 #include "ui/components/palette_roles.h"
-#include "ui/sidebar/sidebar_model.h"
 #include "ui/components/spinner.h"
 #include "ui/components/symbol_icons.h"
+#include "ui/sidebar/sidebar_model.h"
 
 namespace kelvane {
 namespace {

@@ -163,9 +163,9 @@ QVariant SidebarModel::data(const QModelIndex& index, int role) const {
         case Qt::ToolTipRole:
             return DisplayText::fromBytes(category.name);
         case Qt::AccessibleTextRole:
-            return trailing.isEmpty() ? DisplayText::fromBytes(category.name)
-                                      : DisplayText::fromBytes(category.name) +
-                                            QStringLiteral(", ") + trailing;
+            return trailing.isEmpty()
+                       ? DisplayText::fromBytes(category.name)
+                       : DisplayText::fromBytes(category.name) + QStringLiteral(", ") + trailing;
         case Qt::DecorationRole:
             return SymbolIcons::tinted(category.icon,
                                        model.isSavedScan(category.id)

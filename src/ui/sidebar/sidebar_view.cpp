@@ -130,8 +130,9 @@ void SidebarView::showContextMenu(const QPoint& position) {
     }
     if (id.rfind(Catalog::kCustomPrefix, 0) == 0 || saved) {
         // Only the sidebar's row goes: the folder, or the scan's file, stays.
-        menu.addAction(saved ? QStringLiteral("スキャン結果を閉じる") : QStringLiteral("一覧から削除"), this,
-                       [this, category] { bridge_.model().removeCustomFolder(category); });
+        menu.addAction(
+            saved ? QStringLiteral("スキャン結果を閉じる") : QStringLiteral("一覧から削除"), this,
+            [this, category] { bridge_.model().removeCustomFolder(category); });
     }
     if (!menu.isEmpty()) menu.exec(list_->viewport()->mapToGlobal(position));
 }
