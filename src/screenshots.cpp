@@ -277,6 +277,14 @@ int main(int argc, char** argv) {
     runUntil([] { return false; }, 150);
     bool ok = save(window, out + "/scanning.png");
     runUntil([&] { return app.model().scanTasks().empty(); }, 60000);
+    // The card of what grew is computed once the measurements are recorded.
+    runUntil(
+        [&] {
+            return (!app.model().historyAvailable() || app.model().historyRead()) &&
+                   kelvane::runningTaskCount() == 0;
+        },
+        20000);
+    runUntil([] { return false; }, 300);
     ok = save(window, out + "/overview.png") && ok;
     for (const QString& id : ids) {
         app.model().setSelectedID(id.toStdString());
@@ -294,8 +302,9 @@ int main(int argc, char** argv) {
         if (id == QStringLiteral("snapshots") && listSnapshots) {
             // As "管理者権限で一覧を取得" would: the helper, through pkexec.
             app.model().loadSnapshotsAsAdmin();
-            runUntil([&] { return !app.model().snapshotsLoading() && kelvane::runningTaskCount() == 0; },
-                     20000);
+            runUntil(
+                [&] { return !app.model().snapshotsLoading() && kelvane::runningTaskCount() == 0; },
+                20000);
             ok = save(window, out + "/snapshots-listed.png") && ok;
         }
         auto* detail =

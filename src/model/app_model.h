@@ -323,6 +323,8 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     // Records the categories a deletion changed, as measured now; one being
     // measured again records when its walk ends.
     void recordAfterDeletion();
+    // Records the categories that waited for an enclosing walk to end.
+    void recordRemeasured();
     // Computes the card and the selected category's changes again, off the
     // main thread; one computation at a time, the last request winning.
     void refreshGrowth();
@@ -407,6 +409,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     bool growthRunning_ = false;
     bool growthAgain_ = false;
     std::map<std::string, std::vector<FolderSize>> deletedSinceMeasured_;
+    std::set<std::string> recordWhenMeasured_;
     BrowserSort browserSort_ = BrowserSort::size;
     // How much of the scan being opened has been read, of how much.
     std::optional<std::pair<std::uint64_t, std::uint64_t>> reading_;

@@ -73,6 +73,11 @@ void AppModel::noteDeleted(const std::vector<DeletedItem>& deleted) {
     }
 }
 
+void AppModel::recordRemeasured() {
+    const std::set<std::string> waiting = recordWhenMeasured_;
+    for (const std::string& id : waiting) recordMeasurement(id);
+}
+
 void AppModel::recordAfterDeletion() {
     std::vector<std::string> changed;
     for (const auto& [id, deleted] : deletedSinceMeasured_) changed.push_back(id);
@@ -83,6 +88,14 @@ void AppModel::recordMeasurement(const std::string& id) {
     if (!historyKeeper_ || !recordHistory_ || isSavedScan(id)) return;
     const CategoryState s = state(id);
     if (s.status != CategoryState::Status::done || s.roots.empty()) return;
+    // While the walk of an enclosing category measures our roots again, the
+    // store holds none of their folders: sampled now, every one would seem gone.
+    if (std::any_of(s.roots.begin(), s.roots.end(),
+                    [&](const std::string& root) { return beingRemeasured(root); })) {
+        recordWhenMeasured_.insert(id);
+        return;
+    }
+    recordWhenMeasured_.erase(id);
     Measurement measured;
     measured.time = now();
     measured.total = s.bytes;

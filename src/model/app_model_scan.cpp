@@ -196,6 +196,7 @@ void AppModel::finishScan(const std::string& id, const ScanStats& stats, bool ca
         }
     }
     for (const std::string& other : again) scanIfPresent(other);
+    recordRemeasured();
     if (selectedID_ == id) loadEntries();
 }
 

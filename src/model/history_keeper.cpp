@@ -1,6 +1,7 @@
 #include "model/history_keeper.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 #include "system/history_limits.h"
@@ -59,7 +60,15 @@ GrowthReport HistoryKeeper::report(ComparisonPoint point, std::int64_t now,
         }
         growths.push_back(std::move(growth));
     }
-    report.rows = Growth::card(growths, limit);
+    // A folder in two categories (~/.cache/JetBrains is in "~/.cache" and in the editors'
+    // caches) is one place on the card, under the first category that names it.
+    std::vector<GrowthRow> rows = Growth::card(growths, 2 * limit);
+    std::set<std::string> seen;
+    for (GrowthRow& row : rows) {
+        if (report.rows.size() == limit) break;
+        if (!row.path.empty() && !seen.insert(row.path).second) continue;
+        report.rows.push_back(std::move(row));
+    }
     return report;
 }
 

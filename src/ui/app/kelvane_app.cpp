@@ -7,6 +7,7 @@
 
 #include "model/app_model.h"
 #include "ui/app/desktop_services.h"
+#include "ui/app/history_setting.h"
 #include "ui/app/main_window.h"
 #include "ui/app/model_bridge.h"
 #include "ui/app/qt_main_queue.h"
@@ -43,8 +44,10 @@ KelvaneApp::KelvaneApp(std::shared_ptr<Services> services,
                        std::optional<ModelEnvironment> environment)
     : queue_(std::make_shared<QtMainQueue>(this)),
       services_(services ? std::move(services) : std::make_shared<DesktopServices>()) {
-    bridge_ = std::make_unique<ModelBridge>(AppModel::create(
-        queue_, services_, environment ? std::move(*environment) : ModelEnvironment::real()));
+    ModelEnvironment env = environment ? std::move(*environment) : ModelEnvironment::real();
+    // "履歴を記録する" is kept between launches; on unless the user turned it off.
+    env.recordHistory = env.recordHistory && HistorySetting::recordHistory();
+    bridge_ = std::make_unique<ModelBridge>(AppModel::create(queue_, services_, std::move(env)));
     window_ = std::make_unique<MainWindow>(*bridge_);
     if (const auto desktop = std::dynamic_pointer_cast<DesktopServices>(services_)) {
         desktop->setWindow(window_.get());

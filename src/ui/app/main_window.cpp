@@ -7,6 +7,7 @@
 
 #include "ui/app/content_view.h"
 #include "ui/app/detail_router.h"
+#include "ui/app/history_setting.h"
 #include "ui/app/model_bridge.h"
 #include "ui/app/screen.h"
 #include "ui/components/symbol_icons.h"
@@ -64,6 +65,18 @@ MainWindow::MainWindow(ModelBridge& bridge, QWidget* parent)
     rescanMenu->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_R));
     rescanMenu->setShortcutContext(Qt::ApplicationShortcut);
     connect(rescanMenu, &QAction::triggered, this, [this] { bridge_.model().scanAll(); });
+    if (bridge_.model().historyAvailable()) {
+        view->addSeparator();
+        auto* record = view->addAction(QStringLiteral("履歴を記録する"));
+        record->setCheckable(true);
+        record->setChecked(bridge_.model().recordHistory());
+        connect(record, &QAction::toggled, this, [this](bool on) {
+            HistorySetting::setRecordHistory(on);
+            bridge_.model().setRecordHistory(on);
+        });
+        connect(view->addAction(QStringLiteral("履歴を消去…")), &QAction::triggered, this,
+                [this] { bridge_.model().confirmClearHistory(); });
+    }
 
     // Only a measured category of this disk can be written out.
     connect(&bridge_, &ModelBridge::changed, this, [this](const ModelChange& change) {

@@ -11,6 +11,7 @@
 #include "ui/browser/browser_footer.h"
 #include "ui/browser/browser_layout_switch.h"
 #include "ui/browser/browser_navigation.h"
+#include "ui/browser/browser_sort_switch.h"
 #include "ui/browser/category_header.h"
 #include "ui/browser/entry_list_view.h"
 #include "ui/browser/folder_map_view.h"
@@ -53,6 +54,11 @@ CategoryDetailView::CategoryDetailView(ModelBridge& bridge, CleanCategory catego
     pathRow->setContentsMargins(0, 0, 0, 0);
     pathRow->setSpacing(0);
     pathRow->addWidget(breadcrumbs_, 1);
+    // The order by change needs a history; an opened scan has none.
+    sort_ = new BrowserSortSwitch(bridge_, this);
+    sort_->setVisible(bridge_.model().historyAvailable() &&
+                      !bridge_.model().isSavedScan(category_.id));
+    pathRow->addWidget(sort_);
     pathRow->addWidget(switch_);
     column->addWidget(header_);
     column->addWidget(divider(this));

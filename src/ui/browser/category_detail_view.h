@@ -12,6 +12,7 @@ namespace kelvane {
 class BreadcrumbBar;
 class BrowserFooter;
 class BrowserLayoutSwitch;
+class BrowserSortSwitch;
 class CategoryHeader;
 class EntryListView;
 class FolderMapView;
@@ -33,6 +34,7 @@ class CategoryDetailView : public Screen {
     EntryListView& list() const { return *list_; }
     FolderMapView& map() const { return *map_; }
     BrowserLayoutSwitch& layoutSwitch() const { return *switch_; }
+    BrowserSortSwitch& sortSwitch() const { return *sort_; }
     BrowserFooter& footer() const { return *footer_; }
     // "停止" while the category is scanned, "再スキャン" otherwise.
     QAction* scanAction() const { return scanAction_; }
@@ -54,6 +56,7 @@ class CategoryDetailView : public Screen {
     EntryListView* list_;
     FolderMapView* map_;
     BrowserFooter* footer_;
+    BrowserSortSwitch* sort_;
     QAction* scanAction_;
     QAction* revealAction_;
 };

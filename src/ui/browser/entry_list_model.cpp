@@ -1,5 +1,6 @@
 #include "ui/browser/entry_list_model.h"
 
+#include <algorithm>
 #include <functional>
 #include <unordered_map>
 
@@ -7,6 +8,7 @@
 #include "core/path_text.h"
 #include "ui/app/model_bridge.h"
 #include "ui/components/display_text.h"
+#include "ui/components/growth_text.h"
 
 namespace kelvane {
 
@@ -15,6 +17,9 @@ EntryListModel::EntryListModel(ModelBridge& bridge, QObject* parent)
     remember();
     connect(&bridge_, &ModelBridge::changed, this, [this](const ModelChange& change) {
         if (change.field == ModelField::entries) entriesChanged(change);
+        // New changes from the history: every row's "増減" may differ.
+        if (change.field == ModelField::growth && rowCount() > 0)
+            emit dataChanged(index(0), index(rowCount() - 1));
     });
 }
 
@@ -22,17 +27,22 @@ void EntryListModel::remember() {
     const auto& entries = bridge_.model().entries();
     rowKeys_.resize(entries.size());
     const std::hash<std::string> hash;
-    for (std::size_t i = 0; i < entries.size(); ++i) rowKeys_[i] = hash(entries[i].path);
-    maxSize_ = entries.empty() ? 0 : entries.front().size.value_or(0);
+    // Sorted by change, the largest item need not come first.
+    maxSize_ = 0;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        rowKeys_[i] = hash(entries[i].path);
+        maxSize_ = std::max(maxSize_, entries[i].size.value_or(0));
+    }
 }
 
 void EntryListModel::entriesChanged(const ModelChange& change) {
     const auto& entries = bridge_.model().entries();
     if (change.row && *change.row < rowKeys_.size() && entries.size() == rowKeys_.size()) {
         const int row = static_cast<int>(*change.row);
-        const std::int64_t scale = entries.empty() ? 0 : entries.front().size.value_or(0);
+        const std::int64_t scale =
+            std::max(maxSize_, entries[*change.row].size.value_or(std::int64_t{0}));
         if (scale != maxSize_) {
-            // Every bar is drawn against the first entry's size.
+            // Every bar is drawn against the largest size.
             maxSize_ = scale;
             emit dataChanged(index(0), index(rowCount() - 1));
         } else {
@@ -96,6 +106,11 @@ int EntryListModel::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(rowKeys_.size());
 }
 
+const PlaceChange* EntryListModel::changeAt(int row) const {
+    const Entry* entry = entryAt(row);
+    return entry != nullptr ? bridge_.model().growthOf(entry->path) : nullptr;
+}
+
 const Entry* EntryListModel::entryAt(int row) const {
     const auto& entries = bridge_.model().entries();
     if (row < 0 || static_cast<std::size_t>(row) >= entries.size()) return nullptr;
@@ -149,6 +164,8 @@ QVariant EntryListModel::data(const QModelIndex& index, int role) const {
             if (const QString where = location(*entry); !where.isEmpty()) parts << where;
             if (entry->modified) parts << QString::fromStdString(Fmt::date(entry->modified));
             if (entry->size) parts << QString::fromStdString(Fmt::bytes(*entry->size));
+            if (const PlaceChange* change = bridge_.model().growthOf(entry->path))
+                parts << QStringLiteral("増減 ") + GrowthText::change(*change);
             return parts.join(QStringLiteral(", "));
         }
         case Qt::AccessibleDescriptionRole:

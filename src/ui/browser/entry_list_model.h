@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/entry.h"
+#include "core/growth.h"
 
 namespace kelvane {
 
@@ -43,7 +44,10 @@ class EntryListModel : public QAbstractListModel {
 
     // The entry shown in `row`, or null when there is none.
     const Entry* entryAt(int row) const;
-    // The scale of the size bars: the first entry's size, 0 when unknown.
+    // How the entry in `row` changed since the comparison point; null where
+    // the history knows nothing of it.
+    const PlaceChange* changeAt(int row) const;
+    // The scale of the size bars: the largest known size, 0 when none is known.
     std::int64_t maxSize() const;
     // The row showing `path`, or -1. Linear: for tests and single lookups.
     int rowOf(const std::string& path) const;

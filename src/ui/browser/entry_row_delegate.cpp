@@ -12,6 +12,7 @@
 #include "ui/browser/entry_list_model.h"
 #include "ui/components/display_text.h"
 #include "ui/components/file_icon.h"
+#include "ui/components/growth_text.h"
 #include "ui/components/palette_roles.h"
 #include "ui/components/size_bar.h"
 #include "ui/components/spinner.h"
@@ -26,6 +27,7 @@ constexpr int kInset = 8;
 constexpr int kPadding = 8;
 constexpr int kSpacing = 8;
 constexpr int kDateWidth = 140;
+constexpr int kChangeWidth = 110;
 constexpr int kBarWidth = 90;
 constexpr int kSizeWidth = 84;
 constexpr int kChevronWidth = 20;
@@ -54,6 +56,7 @@ EntryRowDelegate::Geometry EntryRowDelegate::geometry(const QRect& row) {
     g.chevron = box(kChevronWidth);
     g.size = box(kSizeWidth);
     g.bar = box(kBarWidth);
+    g.change = box(kChangeWidth);
     g.date = box(kDateWidth);
     g.icon = QRect(inner.left(), inner.top() + (inner.height() - FileIcon::kSize) / 2,
                    FileIcon::kSize, FileIcon::kSize);
@@ -63,8 +66,8 @@ EntryRowDelegate::Geometry EntryRowDelegate::geometry(const QRect& row) {
 }
 
 QSize EntryRowDelegate::sizeHint(const QStyleOptionViewItem&, const QModelIndex&) const {
-    return {2 * (kInset + kPadding) + FileIcon::kSize + 120 + kDateWidth + kBarWidth + kSizeWidth +
-                kChevronWidth + 5 * kSpacing,
+    return {2 * (kInset + kPadding) + FileIcon::kSize + 120 + kDateWidth + kChangeWidth +
+                kBarWidth + kSizeWidth + kChevronWidth + 6 * kSpacing,
             rowHeight()};
 }
 
@@ -143,6 +146,14 @@ void EntryRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
     painter->drawText(g.date, Qt::AlignRight | Qt::AlignVCenter,
                       QString::fromStdString(Fmt::date(entry->modified)));
 
+    // "増減": blank where the history knows nothing of the item.
+    if (const PlaceChange* change = model_.changeAt(index.row())) {
+        painter->setPen(selected ? primary : GrowthText::color(*change));
+        painter->drawText(g.change, Qt::AlignRight | Qt::AlignVCenter,
+                          QFontMetrics(caption).elidedText(GrowthText::change(*change),
+                                                           Qt::ElideLeft, g.change.width()));
+    }
+
     const std::int64_t scale = model_.maxSize();
     const double fraction =
         scale >= 1 ? static_cast<double>(entry->size.value_or(0)) / static_cast<double>(scale) : 0;
@@ -171,6 +182,15 @@ void EntryRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
 
 bool EntryRowDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
                                  const QStyleOptionViewItem& option, const QModelIndex& index) {
+    if (event->type() == QEvent::ToolTip && geometry(option.rect).change.contains(event->pos())) {
+        if (const PlaceChange* change = model_.changeAt(index.row())) {
+            QString text = QStringLiteral("増減: ") + GrowthText::change(*change);
+            if (const QString note = GrowthText::deletedNote(*change); !note.isEmpty())
+                text += QStringLiteral("\n") + note;
+            QToolTip::showText(event->globalPos(), text, view);
+            return true;
+        }
+    }
     if (event->type() == QEvent::ToolTip && index.data(EntryListModel::OpenableRole).toBool() &&
         geometry(option.rect).chevron.contains(event->pos())) {
         QToolTip::showText(event->globalPos(), QStringLiteral("中を見る"), view);

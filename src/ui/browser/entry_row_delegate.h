@@ -24,6 +24,7 @@ class EntryRowDelegate : public QStyledItemDelegate {
         QRect text;  // name and link mark share this
         QRect date;
         QRect bar;
+        QRect change;  // "増減"
         QRect size;
         QRect chevron;
     };

@@ -22,6 +22,7 @@
 #include "ui/browser/listing_empty_state.h"
 #include "ui/components/display_text.h"
 #include "ui/components/empty_state_panel.h"
+#include "ui/components/growth_text.h"
 #include "ui/components/palette_roles.h"
 
 namespace kelvane {
@@ -384,6 +385,11 @@ bool FolderMapView::event(QEvent* event) {
             return true;
         }
         QString text = tileName(*tile) + QLatin1Char('\n') + tileSize(*tile);
+        if (const PlaceChange* change = bridge_.model().growthOf(tiles_[*tile].path)) {
+            text += QStringLiteral("\n増減: ") + GrowthText::change(*change);
+            if (const QString note = GrowthText::deletedNote(*change); !note.isEmpty())
+                text += QStringLiteral("（") + note + QStringLiteral("）");
+        }
         if (!tiles_[*tile].path.empty()) {
             text += QLatin1Char('\n') + DisplayText::fromBytes(PathText::shortForm(
                                             tiles_[*tile].path, bridge_.model().home()));

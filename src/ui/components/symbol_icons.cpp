@@ -77,6 +77,7 @@ const QHash<QString, QStringList>& table() {
         {"internaldrive", {"drive-harddisk-symbolic", "drive-harddisk"}},
         {"sparkles", {"edit-clear-all", "edit-clear"}},
         {"chart.bar", {"view-statistics", "office-chart-bar"}},
+        {"chart.line.uptrend.xyaxis", {"office-chart-line", "view-statistics"}},
         {"list.bullet.rectangle", {"view-list-details", "view-list-text"}},
         {"list.bullet", {"view-list-text", "view-list-symbolic"}},
         {"square.grid.2x2", {"view-grid", "view-grid-symbolic"}},

@@ -10,6 +10,7 @@
 #include "ui/app/model_bridge.h"
 #include "ui/overview/biggest_card.h"
 #include "ui/overview/disk_card.h"
+#include "ui/overview/growth_card.h"
 #include "ui/overview/log_card.h"
 #include "ui/overview/quick_clean_card.h"
 #include "ui/overview/tools_card.h"
@@ -47,6 +48,12 @@ OverviewView::OverviewView(ModelBridge& bridge, QWidget* parent) : Screen(bridge
     stack->setSpacing(16);
     disk_ = new DiskCard(bridge_, column);
     stack->addWidget(disk_);
+    // What filled the disk lately, right below how full it is; only where
+    // measurements are remembered.
+    if (bridge_.model().historyAvailable()) {
+        growth_ = new GrowthCard(bridge_, column);
+        stack->addWidget(growth_);
+    }
 
     auto* middle = middle_ = new QBoxLayout(QBoxLayout::LeftToRight);
     middle->setSpacing(16);

@@ -8,6 +8,7 @@ class QScrollArea;
 namespace kelvane {
 
 class BiggestCard;
+class GrowthCard;
 class DiskCard;
 class LogCard;
 class QuickCleanCard;
@@ -25,6 +26,7 @@ class OverviewView : public Screen {
     ToolsCard* toolsCard() const { return tools_; }
     BiggestCard* biggestCard() const { return biggest_; }
     LogCard* logCard() const { return log_; }
+    GrowthCard* growthCard() const { return growth_; }
 
     // Whether the quick clean and the other cards stand side by side
     // (they stack when the window is too narrow for both).
@@ -43,6 +45,7 @@ class OverviewView : public Screen {
     QuickCleanCard* quickClean_;
     ToolsCard* tools_;
     BiggestCard* biggest_;
+    GrowthCard* growth_ = nullptr;  // without a history, none
     LogCard* log_;
 };
 
