@@ -163,6 +163,28 @@ def main():
     finally:
         stop(app_process)
 
+    # A folder grows between two launches: the second one's card says by how much.
+    grown = os.path.join(home, ".cache", "a11y-grew")
+    os.makedirs(grown, exist_ok=True)
+    with open(os.path.join(grown, "blob"), "wb") as f:
+        f.write(os.urandom(5 * 1000 * 1000))
+    app_process = subprocess.Popen([binary], env=env)
+    try:
+        app = wait_for(lambda: find_app("kelvane"), "the application for the growth card")
+
+        # New since the launch before: "~/.cache/a11y-grew 新規 +5 MB、現在 5 MB".
+        def grown_row():
+            return [name for _, name, _ in everything(app)
+                    if name.startswith("~/.cache/a11y-grew 新規 +5") and "現在 5" in name]
+
+        rows = wait_for(grown_row, "the card's row for the grown folder")
+        print("growth card row:", rows[0])
+        if "増えた場所" not in [name for _, name, _ in everything(app)]:
+            fail("the card's title 増えた場所 is not readable")
+        check_no_foreign_words(app, "the overview with the growth card")
+    finally:
+        stop(app_process)
+
     # Once more, opening on ~/.cache, whose map reads each tile's name and size.
     config = os.path.join(home, ".config", "Kelvane")
     os.makedirs(config, exist_ok=True)
@@ -175,6 +197,10 @@ def main():
         wait_for(lambda: any(role == "list item" and name.startswith("Homebrew, ")
                              for role, name, _ in everything(app)), "the category's listing")
         names = [name for _, name, _ in everything(app)]
+        # The list's row of the grown folder reads its change since the launch before.
+        if not any(n.startswith("a11y-grew, ") and "増減 " in n for n in names):
+            fail("the list does not read the change of a11y-grew: %s" %
+                 [n for n in names if n.startswith("a11y-grew")])
         if "ファイルマネージャで表示" not in names:
             fail("the toolbar's ファイルマネージャで表示 is not readable")
         check_no_foreign_words(app, "the category ~/.cache")

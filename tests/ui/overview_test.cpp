@@ -1,6 +1,7 @@
 #include <sys/stat.h>
 
 #include <QCheckBox>
+#include <QComboBox>
 #include <QLabel>
 #include <QPushButton>
 #include <QToolBar>
@@ -8,12 +9,16 @@
 #include "support/run_as_test_user.h"
 #include "ui/browser/category_detail_view.h"
 #include "ui/browser/category_header.h"
+#include "ui/browser/entry_list_model.h"
+#include "ui/browser/entry_list_view.h"
 #include "ui/components/inset_list.h"
 #include "ui/components/palette_roles.h"
 #include "ui/overview/biggest_card.h"
 #include "ui/overview/biggest_row.h"
 #include "ui/overview/disk_card.h"
 #include "ui/overview/disk_usage_bar.h"
+#include "ui/overview/growth_card.h"
+#include "ui/overview/growth_row.h"
 #include "ui/overview/log_card.h"
 #include "ui/overview/overview_view.h"
 #include "ui/overview/quick_clean_card.h"
@@ -363,6 +368,53 @@ TEST_F(OverviewTest, ToolScreensListsLoadWithTheirOwnReloadAndEveryDeletionAsks)
     // Leaving the tool screens takes their toolbar button away.
     open<OverviewView>("__overview__");
     EXPECT_EQ(reload(), nullptr);
+}
+
+// Two launches with a folder grown between them: the card names it, a row opens it in the
+// browser, whose column shows the same change.
+TEST_F(OverviewTest, WhatGrewShowsOnTheCardAndInTheColumn) {
+    historyFolder = path("state");
+    clockNow = 1'750'000'000;
+    const std::vector<CleanCategory> rows{CleanCategory{
+        "c", "キャッシュ", "c", "folder", "", Risk::safe, CategoryKind::folders, {path("c")}, true,
+        false}};
+    makeFile("c/steady/f", 100'000);
+    launch(rows);
+    auto* card = screen<OverviewView>()->growthCard();
+    ASSERT_NE(card, nullptr);
+    ASSERT_TRUE(waitFor([&] { return model().historyRead() && runningTaskCount() == 0; }));
+    EXPECT_TRUE(card->rows().isEmpty());
+    EXPECT_EQ(card->placeholder()->text(), "比較できる測定がまだありません。次回の起動後に比較できます。");
+
+    app.reset();
+    clockNow += 3600;
+    makeFile("c/grew/f", 2'000'000);
+    launch(rows);
+    card = screen<OverviewView>()->growthCard();
+    ASSERT_TRUE(waitFor([&] { return !card->rows().isEmpty(); }));
+    GrowthRowButton* row = card->rows().front();
+    EXPECT_EQ(row->titleText(), "~/c/grew");
+    EXPECT_TRUE(row->changeText().startsWith("新規 +")) << row->changeText().toStdString();
+    EXPECT_FALSE(card->placeholder()->isVisible());
+
+    // A week back there is nothing yet: the card says from when.
+    card->pointChooser()->setCurrentIndex(1);
+    ASSERT_TRUE(waitFor([&] { return card->rows().isEmpty() && runningTaskCount() == 0; }));
+    EXPECT_TRUE(card->placeholder()->text().endsWith(" 以降に比較できます。"));
+    card->pointChooser()->setCurrentIndex(0);
+    ASSERT_TRUE(waitFor([&] { return !card->rows().isEmpty(); }));
+
+    card->rows().front()->click();
+    settle();
+    ASSERT_EQ(model().browserPath(), path("c/grew"));
+    model().goUp();
+    settle();
+    auto* detail = screen<CategoryDetailView>();
+    ASSERT_NE(detail, nullptr);
+    const EntryListModel& list = detail->list().entries();
+    ASSERT_TRUE(waitFor([&] { return list.changeAt(list.rowOf(path("c/grew"))) != nullptr; }));
+    EXPECT_EQ(list.changeAt(list.rowOf(path("c/grew")))->kind, ChangeKind::appeared);
+    EXPECT_EQ(list.changeAt(list.rowOf(path("c/steady")))->net(), 0);
 }
 
 }  // namespace

@@ -77,6 +77,8 @@ class UiTest : public ::testing::Test {
                 DiskInfo{500'000'000'000, 120'000'000'000, 120'000'000'000});
         };
         env.readHomeVolume = [this] { return homeVolumeReading; };
+        env.historyFolder = historyFolder;
+        if (clockNow != 0) env.clock = [this] { return clockNow; };
         app = std::make_unique<KelvaneApp>(services, env);
         if (!startScan) {
             // Keep the launch scan from starting when the window shows.
@@ -88,6 +90,10 @@ class UiTest : public ::testing::Test {
     }
 
     AppModel& model() { return app->model(); }
+    // Where a launch keeps its history; empty: none. The time it records, when
+    // not 0 (launches a test makes fall in one second of the real clock).
+    std::string historyFolder;
+    std::int64_t clockNow = 0;
 
     // Runs the event loop until `done` holds; fails the test after 20 s.
     template <typename Predicate>
