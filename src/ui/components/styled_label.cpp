@@ -10,6 +10,8 @@ QLabel* make(const QString& text, const QFont& font, const QColor& color, QWidge
     auto* label = new QLabel(text, parent);
     label->setFont(font);
     label->setTextFormat(Qt::PlainText);
+    // Inside a button a label would draw with the button's text colour, not its own.
+    label->setForegroundRole(QPalette::WindowText);
     setColor(label, color);
     label->setAccessibleName(text);
     return label;
