@@ -19,7 +19,7 @@
 #include <random>
 #include <string>
 
-#include "core/catalog.h"
+#include "demo_environment.h"
 #include "model/app_model.h"
 #include "model/manual_main_queue.h"
 #include "scan/disk_capacity.h"
@@ -63,15 +63,11 @@ int main(int argc, char** argv) {
     for (int day = 0; day < launches; ++day) {
         changeHome(area, day, random);
         const auto queue = std::make_shared<kelvane::ManualMainQueue>();
-        const std::string trashFiles = home + "/.local/share/Trash/files";
-        kelvane::ModelEnvironment env;
-        env.home = home;
-        env.trashFiles = trashFiles;
-        env.categories = kelvane::Catalog::build(home, home + "/tmpbase", trashFiles);
-        env.readDisk = &kelvane::DiskCapacity::current;
+        kelvane::ModelEnvironment env = kelvane::demoEnvironment(home);
         env.historyFolder = folder;
         env.clock = [&clock] { return clock; };
-        const auto model = kelvane::AppModel::create(queue, std::make_shared<kelvane::SystemServices>(), env);
+        const auto model =
+            kelvane::AppModel::create(queue, std::make_shared<kelvane::SystemServices>(), env);
         model->startInitialScan();
         if (!queue->drainUntil([&] { return settled(*model); }, std::chrono::minutes(5))) {
             std::fprintf(stderr, "launch %d did not settle\n", day);
@@ -82,9 +78,9 @@ int main(int argc, char** argv) {
             const auto start = std::chrono::steady_clock::now();
             model->setComparisonPoint(kelvane::ComparisonPoint::monthAgo);
             queue->drainUntil([&] { return kelvane::runningTaskCount() == 0; });
-            cardMs = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() -
-                                                               start)
-                         .count();
+            cardMs =
+                std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
+                    .count();
         }
         clock += 24 * 60 * 60;
     }

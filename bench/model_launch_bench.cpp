@@ -23,6 +23,7 @@
 
 #include "bench_median.h"
 #include "core/catalog.h"
+#include "demo_environment.h"
 #include "model/app_model.h"
 #include "model/manual_main_queue.h"
 #include "scan/disk_capacity.h"
@@ -51,12 +52,7 @@ bool launchFinished(const kelvane::AppModel& model) {
 
 std::optional<LaunchFigures> launchOnce(const std::string& home, const std::string& history) {
     const auto queue = std::make_shared<kelvane::ManualMainQueue>();
-    const std::string trashFiles = home + "/.local/share/Trash/files";
-    kelvane::ModelEnvironment env;
-    env.home = home;
-    env.trashFiles = trashFiles;
-    env.categories = kelvane::Catalog::build(home, home + "/tmpbase", trashFiles);
-    env.readDisk = &kelvane::DiskCapacity::current;
+    kelvane::ModelEnvironment env = kelvane::demoEnvironment(home);
     env.historyFolder = history;
     const auto model =
         kelvane::AppModel::create(queue, std::make_shared<kelvane::SystemServices>(), env);

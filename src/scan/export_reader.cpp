@@ -75,6 +75,10 @@ class Parser {
     bool document();
     bool metadata();
     bool tree();
+    // The members of an object whose "{" is next, each key read into `key` and handed to
+    // `value`, which reads what follows the ":". An empty object has none.
+    template <typename Value>
+    bool members(std::string& key, Value value);
     bool info(ExportEntry& entry);
     bool string(std::string& out);
     bool unsignedNumber(std::uint64_t limit, std::uint64_t& value, std::string_view key);
@@ -97,6 +101,30 @@ class Parser {
     std::string name_;
     std::string excludedText_;
 };
+
+template <typename Value>
+bool Parser::members(std::string& key, Value value) {
+    in_.get();  // the '{'
+    space();
+    if (in_.peek() == '}') {
+        in_.get();
+        return true;
+    }
+    for (;;) {
+        space();
+        if (in_.peek() != '"') return unexpected("キーの文字列");
+        if (!string(key) || !expect(':')) return false;
+        space();
+        if (!value()) return false;
+        space();
+        const int c = in_.get();
+        if (c == '}') return true;
+        if (c != ',') {
+            if (c >= 0) return fail(in_.offset() - 1, "「,」か「}」が必要です");
+            return unexpected("「,」か「}」");
+        }
+    }
+}
 
 std::optional<ExportError> Parser::run() {
     document();
@@ -152,41 +180,20 @@ bool Parser::document() {
 // not a string or a time that is not a whole number is passed over rather than refused.
 bool Parser::metadata() {
     ExportMetadata said;
-    in_.get();  // the '{'
     std::string key;
-    space();
-    if (in_.peek() == '}') {
-        in_.get();
-        visitor_.metadata(said);
-        return true;
-    }
-    for (;;) {
-        space();
-        if (in_.peek() != '"') return unexpected("キーの文字列");
-        if (!string(key) || !expect(':')) return false;
-        space();
-        bool ok = true;
+    const bool read = members(key, [&] {
         const int c = in_.peek();
         if (key == "timestamp" && c >= '0' && c <= '9') {
             std::uint64_t seconds = 0;
-            ok = unsignedNumber(kSizeLimit, seconds, key);
+            const bool ok = unsignedNumber(kSizeLimit, seconds, key);
             said.timestamp = static_cast<std::int64_t>(seconds);
-        } else if (key == "progname" && c == '"') {
-            ok = string(said.progname);
-        } else {
-            ok = skipValue();
+            return ok;
         }
-        if (!ok) return false;
-        space();
-        const int next = in_.get();
-        if (next == '}') break;
-        if (next != ',') {
-            if (next >= 0) return fail(in_.offset() - 1, "「,」か「}」が必要です");
-            return unexpected("「,」か「}」");
-        }
-    }
-    visitor_.metadata(said);
-    return true;
+        if (key == "progname" && c == '"') return string(said.progname);
+        return skipValue();
+    });
+    if (read) visitor_.metadata(said);
+    return read;
 }
 
 // The root and everything below it, without recursion: only the depth is kept.
@@ -234,59 +241,40 @@ bool Parser::info(ExportEntry& entry) {
     space();
     const std::uint64_t start = in_.offset();
     if (in_.peek() != '{') return unexpected("情報オブジェクト（「{」）");
-    in_.get();
     entry = ExportEntry{};
     bool named = false;
     std::string key;
-    space();
-    if (in_.peek() == '}') {
-        in_.get();
-    } else {
-        for (;;) {
-            space();
-            if (in_.peek() != '"') return unexpected("キーの文字列");
-            if (!string(key) || !expect(':')) return false;
-            space();
-            bool ok = true;
-            std::uint64_t number = 0;
-            if (key == "name") {
-                if (in_.peek() != '"') return fail("「name」は文字列でなければなりません");
-                ok = string(name_);
-                named = true;
-            } else if (key == "asize" || key == "dsize") {
-                ok = unsignedNumber(kSizeLimit, number, key);
-                (key == "asize" ? entry.asize : entry.dsize) = static_cast<std::int64_t>(number);
-            } else if (key == "dev") {
-                ok = unsignedNumber(kNoLimit, number, key);
-                entry.dev = number;
-            } else if (key == "ino") {
-                ok = unsignedNumber(kNoLimit, entry.ino, key);
-            } else if (key == "nlink") {
-                ok = unsignedNumber(kNoLimit, entry.nlink, key);
-            } else if (key == "hlnkc") {
-                ok = boolean(entry.hlnkc, key);
-            } else if (key == "read_error") {
-                ok = boolean(entry.readError, key);
-            } else if (key == "notreg") {
-                ok = boolean(entry.notRegular, key);
-            } else if (key == "excluded") {
-                // ncdu writes the reason ("othfs", "pattern", "kernfs", ...); any reason counts.
-                if (in_.peek() != '"') return fail("「excluded」は文字列でなければなりません");
-                ok = string(excludedText_);
-                entry.excluded = true;
-            } else {
-                ok = skipValue();
-            }
-            if (!ok) return false;
-            space();
-            const int c = in_.get();
-            if (c == '}') break;
-            if (c != ',') {
-                if (c >= 0) return fail(in_.offset() - 1, "「,」か「}」が必要です");
-                return unexpected("「,」か「}」");
-            }
+    const bool read = members(key, [&] {
+        std::uint64_t number = 0;
+        if (key == "name") {
+            if (in_.peek() != '"') return fail("「name」は文字列でなければなりません");
+            named = true;
+            return string(name_);
         }
-    }
+        if (key == "asize" || key == "dsize") {
+            const bool ok = unsignedNumber(kSizeLimit, number, key);
+            (key == "asize" ? entry.asize : entry.dsize) = static_cast<std::int64_t>(number);
+            return ok;
+        }
+        if (key == "dev") {
+            const bool ok = unsignedNumber(kNoLimit, number, key);
+            entry.dev = number;
+            return ok;
+        }
+        if (key == "ino") return unsignedNumber(kNoLimit, entry.ino, key);
+        if (key == "nlink") return unsignedNumber(kNoLimit, entry.nlink, key);
+        if (key == "hlnkc") return boolean(entry.hlnkc, key);
+        if (key == "read_error") return boolean(entry.readError, key);
+        if (key == "notreg") return boolean(entry.notRegular, key);
+        if (key == "excluded") {
+            // ncdu writes the reason ("othfs", "pattern", "kernfs", ...); any reason counts.
+            if (in_.peek() != '"') return fail("「excluded」は文字列でなければなりません");
+            entry.excluded = true;
+            return string(excludedText_);
+        }
+        return skipValue();
+    });
+    if (!read) return false;
     if (!named) return fail(start, "項目に「name」がありません");
     entry.name = name_;
     return true;

@@ -375,16 +375,24 @@ TEST_F(OverviewTest, ToolScreensListsLoadWithTheirOwnReloadAndEveryDeletionAsks)
 TEST_F(OverviewTest, WhatGrewShowsOnTheCardAndInTheColumn) {
     historyFolder = path("state");
     clockNow = 1'750'000'000;
-    const std::vector<CleanCategory> rows{CleanCategory{
-        "c", "キャッシュ", "c", "folder", "", Risk::safe, CategoryKind::folders, {path("c")}, true,
-        false}};
+    const std::vector<CleanCategory> rows{CleanCategory{"c",
+                                                        "キャッシュ",
+                                                        "c",
+                                                        "folder",
+                                                        "",
+                                                        Risk::safe,
+                                                        CategoryKind::folders,
+                                                        {path("c")},
+                                                        true,
+                                                        false}};
     makeFile("c/steady/f", 100'000);
     launch(rows);
     auto* card = screen<OverviewView>()->growthCard();
     ASSERT_NE(card, nullptr);
     ASSERT_TRUE(waitFor([&] { return model().historyRead() && runningTaskCount() == 0; }));
     EXPECT_TRUE(card->rows().isEmpty());
-    EXPECT_EQ(card->placeholder()->text(), "比較できる測定がまだありません。次回の起動後に比較できます。");
+    EXPECT_EQ(card->placeholder()->text(),
+              "比較できる測定がまだありません。次回の起動後に比較できます。");
 
     app.reset();
     clockNow += 3600;

@@ -2,7 +2,6 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QPainter>
 #include <cmath>
 
 #include "core/fmt.h"
@@ -14,9 +13,7 @@
 namespace kelvane {
 
 BiggestRow::BiggestRow(const CleanCategory& category, QWidget* parent)
-    : QAbstractButton(parent), id_(category.id) {
-    setCursor(Qt::PointingHandCursor);
-    setFocusPolicy(Qt::StrongFocus);
+    : RowButton(parent), id_(category.id) {
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(4, 3, 4, 3);
     row->setSpacing(6);
@@ -37,11 +34,7 @@ BiggestRow::BiggestRow(const CleanCategory& category, QWidget* parent)
     size_->setFixedWidth(80);
     size_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     row->addWidget(size_);
-    // The children only draw; the row takes every click.
-    for (QWidget* child : {static_cast<QWidget*>(icon), static_cast<QWidget*>(name_),
-                           static_cast<QWidget*>(bar_), static_cast<QWidget*>(size_)}) {
-        child->setAttribute(Qt::WA_TransparentForMouseEvents);
-    }
+    passClicksThrough();
 }
 
 QString BiggestRow::nameText() const {
@@ -61,23 +54,6 @@ void BiggestRow::setSize(std::int64_t bytes, double fraction) {
     bar_->setAccessibleName(QStringLiteral("%1%").arg(std::lround(fraction * 100)));
     setText(name_->text());
     setAccessibleName(name_->text() + QStringLiteral(" ") + size);
-}
-
-QSize BiggestRow::sizeHint() const {
-    return layout()->sizeHint();
-}
-
-QSize BiggestRow::minimumSizeHint() const {
-    return layout()->minimumSize();
-}
-
-void BiggestRow::paintEvent(QPaintEvent*) {
-    if (!underMouse() && !isDown() && !hasFocus()) return;
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(PaletteRoles::withOpacity(PaletteRoles::primaryText(), isDown() ? 0.1 : 0.05));
-    painter.drawRoundedRect(QRectF(rect()), 6, 6);
 }
 
 }  // namespace kelvane

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <QAbstractButton>
 #include <cstdint>
 #include <string>
 
 #include "core/clean_category.h"
+#include "ui/components/row_button.h"
 
 class QLabel;
 
@@ -15,7 +15,7 @@ class SizeBar;
 // One row of the biggest-categories card: the category's symbol and name, a
 // bar scaled to the largest category and its size. The whole row is a plain
 // button that opens the category.
-class BiggestRow : public QAbstractButton {
+class BiggestRow : public RowButton {
     Q_OBJECT
   public:
     explicit BiggestRow(const CleanCategory& category, QWidget* parent = nullptr);
@@ -26,12 +26,6 @@ class BiggestRow : public QAbstractButton {
     double fraction() const;
 
     void setSize(std::int64_t bytes, double fraction);
-
-    QSize sizeHint() const override;
-    QSize minimumSizeHint() const override;
-
-  protected:
-    void paintEvent(QPaintEvent* event) override;
 
   private:
     std::string id_;

@@ -2,7 +2,6 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QPainter>
 #include <QVBoxLayout>
 
 #include "core/fmt.h"
@@ -15,9 +14,7 @@ namespace kelvane {
 
 GrowthRowButton::GrowthRowButton(const GrowthRow& row, const std::string& icon,
                                  const QString& title, const QString& detail, QWidget* parent)
-    : QAbstractButton(parent), row_(row) {
-    setCursor(Qt::PointingHandCursor);
-    setFocusPolicy(Qt::StrongFocus);
+    : RowButton(parent), row_(row) {
     auto* line = new QHBoxLayout(this);
     line->setContentsMargins(4, 3, 4, 3);
     line->setSpacing(8);
@@ -53,9 +50,7 @@ GrowthRowButton::GrowthRowButton(const GrowthRow& row, const std::string& icon,
     size->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     size->setToolTip(QStringLiteral("現在のサイズ"));
     line->addWidget(size);
-    for (QWidget* child : findChildren<QWidget*>()) {
-        child->setAttribute(Qt::WA_TransparentForMouseEvents);
-    }
+    passClicksThrough();
     setText(title);
     setAccessibleName(title + QStringLiteral(" ") + change_->text() + QStringLiteral("、現在 ") +
                       now);
@@ -68,23 +63,6 @@ QString GrowthRowButton::titleText() const {
 
 QString GrowthRowButton::changeText() const {
     return change_->text();
-}
-
-QSize GrowthRowButton::sizeHint() const {
-    return layout()->sizeHint();
-}
-
-QSize GrowthRowButton::minimumSizeHint() const {
-    return layout()->minimumSize();
-}
-
-void GrowthRowButton::paintEvent(QPaintEvent*) {
-    if (!underMouse() && !isDown() && !hasFocus()) return;
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(PaletteRoles::withOpacity(PaletteRoles::primaryText(), isDown() ? 0.1 : 0.05));
-    painter.drawRoundedRect(QRectF(rect()), 6, 6);
 }
 
 }  // namespace kelvane

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <QAbstractButton>
 #include <string>
 
 #include "core/growth.h"
+#include "ui/components/row_button.h"
 
 class QLabel;
 
@@ -12,7 +12,7 @@ namespace kelvane {
 // One row of "増えた場所": the place (a folder, or a whole category), the
 // category and the date it is compared with, its change and its size now. The
 // whole row is a plain button that opens the place in the browser.
-class GrowthRowButton : public QAbstractButton {
+class GrowthRowButton : public RowButton {
     Q_OBJECT
   public:
     // `title` names the place, `detail` the category and the date compared with.
@@ -22,12 +22,6 @@ class GrowthRowButton : public QAbstractButton {
     const GrowthRow& row() const { return row_; }
     QString titleText() const;
     QString changeText() const;
-
-    QSize sizeHint() const override;
-    QSize minimumSizeHint() const override;
-
-  protected:
-    void paintEvent(QPaintEvent* event) override;
 
   private:
     GrowthRow row_;

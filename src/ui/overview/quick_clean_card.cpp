@@ -8,9 +8,9 @@
 #include "core/fmt.h"
 #include "ui/app/model_bridge.h"
 #include "ui/components/palette_roles.h"
-#include "ui/overview/quick_clean_row.h"
 #include "ui/components/styled_label.h"
 #include "ui/components/symbol_icons.h"
+#include "ui/overview/quick_clean_row.h"
 
 namespace kelvane {
 
