@@ -10,6 +10,7 @@
 #include "core/path_text.h"
 #include "ui/app/kelvane_app.h"
 #include "ui/app/main_window.h"
+#include "ui/app/quit_on_signal.h"
 #include "ui/app/single_instance.h"
 
 namespace {
@@ -34,6 +35,9 @@ int main(int argc, char** argv) {
     // Another Kelvane runs: it shows the folders and scans (or just its window).
     if (kelvane::SingleInstance::handOver(name, folders)) return 0;
 
+    // Made before the app, so it is gone after it: the app's end still runs
+    // when a signal asked for the quit.
+    const kelvane::QuitOnSignal quitOnSignal;
     kelvane::KelvaneApp app;
     const auto open = [&app](const std::vector<std::string>& paths) {
         for (const std::string& path : paths) app.model().openPath(path);

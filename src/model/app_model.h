@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -210,6 +211,10 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     void openGrowthRow(const GrowthRow& row);
     BrowserSort browserSort() const { return browserSort_; }
     void setBrowserSort(BrowserSort sort);
+    // At quit: records what still waits for a walk to end (unless that walk
+    // is measuring its folders again) and gives the writes under way up to
+    // `patience` to reach their files.
+    void finishRecording(std::chrono::milliseconds patience);
 
     // --- deletion ---
     void confirmDelete(const std::vector<std::string>& paths, bool permanent);
@@ -323,8 +328,11 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     // Records the categories a deletion changed, as measured now; one being
     // measured again records when its walk ends.
     void recordAfterDeletion();
-    // Records the categories that waited for an enclosing walk to end.
-    void recordRemeasured();
+    // Records the categories that waited for a walk to end, and writes what
+    // waited for every walk to end.
+    void recordWaiting();
+    // Writes the recorded measurements to their files, off the main thread.
+    void saveHistory();
     // Computes the card and the selected category's changes again, off the
     // main thread; one computation at a time, the last request winning.
     void refreshGrowth();
@@ -410,6 +418,10 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     bool growthAgain_ = false;
     std::map<std::string, std::vector<FolderSize>> deletedSinceMeasured_;
     std::set<std::string> recordWhenMeasured_;
+    // Records sampled or being written on workers.
+    std::shared_ptr<std::atomic<int>> recordsUnderWay_ = std::make_shared<std::atomic<int>>(0);
+    bool quitting_ = false;
+    bool saveWhenWalksEnd_ = false;
     BrowserSort browserSort_ = BrowserSort::size;
     // How much of the scan being opened has been read, of how much.
     std::optional<std::pair<std::uint64_t, std::uint64_t>> reading_;

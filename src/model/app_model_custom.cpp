@@ -70,6 +70,9 @@ void AppModel::removeCustomFolder(const CleanCategory& category) {
         notify(ModelField::categories);
     }
     if (states_.erase(id) != 0) notify(ModelField::states, id);
+    recordWhenMeasured_.erase(id);
+    deletedSinceMeasured_.erase(id);
+    recordWaiting();  // its walk may have been the last one running
     if (selectedID_ == id) setSelectedID(std::string(Catalog::kOverviewID));
 }
 

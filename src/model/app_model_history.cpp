@@ -3,6 +3,7 @@
 // browser's column.
 #include <algorithm>
 #include <ctime>
+#include <thread>
 
 #include "core/catalog.h"
 #include "core/fmt.h"
@@ -73,9 +74,22 @@ void AppModel::noteDeleted(const std::vector<DeletedItem>& deleted) {
     }
 }
 
-void AppModel::recordRemeasured() {
+void AppModel::finishRecording(std::chrono::milliseconds patience) {
+    if (!historyKeeper_) return;
+    quitting_ = true;
+    recordWaiting();
+    const auto until = std::chrono::steady_clock::now() + patience;
+    while (recordsUnderWay_->load() > 0 && std::chrono::steady_clock::now() < until) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    // Walks still running or not, what was recorded goes to the files now.
+    if (recordsUnderWay_->load() == 0) historyKeeper_->save();
+}
+
+void AppModel::recordWaiting() {
     const std::set<std::string> waiting = recordWhenMeasured_;
     for (const std::string& id : waiting) recordMeasurement(id);
+    if (saveWhenWalksEnd_) saveHistory();
 }
 
 void AppModel::recordAfterDeletion() {
@@ -90,8 +104,10 @@ void AppModel::recordMeasurement(const std::string& id) {
     if (s.status != CategoryState::Status::done || s.roots.empty()) return;
     // While the walk of an enclosing category measures our roots again, the
     // store holds none of their folders: sampled now, every one would seem gone.
-    if (std::any_of(s.roots.begin(), s.roots.end(),
-                    [&](const std::string& root) { return beingRemeasured(root); })) {
+    const bool waitForWalks =
+        std::any_of(s.roots.begin(), s.roots.end(),
+                    [&](const std::string& root) { return beingRemeasured(root); });
+    if (waitForWalks) {
         recordWhenMeasured_.insert(id);
         return;
     }
@@ -105,24 +121,73 @@ void AppModel::recordMeasurement(const std::string& id) {
         std::sort(measured.deleted.begin(), measured.deleted.end(),
                   [](const FolderSize& a, const FolderSize& b) { return a.path < b.path; });
     }
+    // The roots the store has figures for now; a worker finding one of them gone
+    // has met an enclosing walk that began meanwhile.
+    std::vector<std::string> measuredRoots;
+    for (const std::string& root : s.roots) {
+        if (store_->size(root)) measuredRoots.push_back(root);
+    }
     // The folders are read from the store on the worker: a category of 2,000
     // folders is a few milliseconds the main thread does not spend.
+    recordsUnderWay_->fetch_add(1);
+    startDetached(
+        TaskPriority::utility,
+        [weak = weak_from_this(), main = main_, store = store_, keeper = historyKeeper_, id,
+         roots = s.roots, measuredRoots = std::move(measuredRoots), measured = std::move(measured),
+         underWay = recordsUnderWay_](const TaskHandle&) mutable {
+            struct Done {
+                std::atomic<int>& count;
+                ~Done() { count.fetch_sub(1); }
+            } done{*underWay};
+            HistorySample::Sample sample = HistorySample::take(*store, roots);
+            const bool intact =
+                std::all_of(measuredRoots.begin(), measuredRoots.end(),
+                            [&](const std::string& root) { return store->size(root).has_value(); });
+            if (!intact) {
+                // Back to the main thread, which waits for that walk to end.
+                main->post([weak, id, deleted = std::move(measured.deleted)]() mutable {
+                    const auto model = weak.lock();
+                    if (!model) return;
+                    auto& waiting = model->deletedSinceMeasured_[id];
+                    waiting.insert(waiting.end(), deleted.begin(), deleted.end());
+                    model->recordMeasurement(id);
+                });
+                return;
+            }
+            measured.folders = std::move(sample.folders);
+            measured.cutoff = sample.cutoff;
+            keeper->record(id, measured, measured.time);
+            main->post([weak] {
+                if (const auto model = weak.lock()) {
+                    model->saveHistory();
+                    model->refreshGrowth();
+                }
+            });
+        });
+}
+
+void AppModel::saveHistory() {
+    // Files are written once no walk runs: a flush to the disk in the middle of
+    // the launch scan costs it more than the whole recording does.
+    if (std::any_of(states_.begin(), states_.end(), [](const auto& entry) {
+            return entry.second.status == CategoryState::Status::scanning;
+        })) {
+        saveWhenWalksEnd_ = true;
+        return;
+    }
+    saveWhenWalksEnd_ = false;
+    recordsUnderWay_->fetch_add(1);
     startDetached(TaskPriority::utility,
-                  [weak = weak_from_this(), main = main_, store = store_, keeper = historyKeeper_,
-                   id, roots = s.roots, measured = std::move(measured)](const TaskHandle&) mutable {
-                      HistorySample::Sample sample = HistorySample::take(*store, roots);
-                      measured.folders = std::move(sample.folders);
-                      measured.cutoff = sample.cutoff;
-                      const std::optional<HistoryError> error =
-                          keeper->record(id, measured, measured.time);
+                  [weak = weak_from_this(), main = main_, keeper = historyKeeper_,
+                   underWay = recordsUnderWay_](const TaskHandle&) {
+                      const std::optional<HistoryError> error = keeper->save();
+                      underWay->fetch_sub(1);
+                      if (!error) return;
                       main->post([weak, error] {
                           const auto model = weak.lock();
-                          if (!model) return;
-                          if (error && !model->historyWriteFailed_) {
-                              model->historyWriteFailed_ = true;
-                              model->addLog(error->message, true);
-                          }
-                          model->refreshGrowth();
+                          if (!model || model->historyWriteFailed_) return;
+                          model->historyWriteFailed_ = true;
+                          model->addLog(error->message, true);
                       });
                   });
 }

@@ -73,6 +73,7 @@ void AppModel::scan(const CleanCategory& category) {
         // No scan owns the category now; the one just cancelled must not turn
         // "missing" into a result of its own when it ends.
         if (scanTasks_.erase(id) != 0) notify(ModelField::scanTasks, id);
+        recordWaiting();
         return;
     }
     next.status = CategoryState::Status::scanning;
@@ -196,7 +197,7 @@ void AppModel::finishScan(const std::string& id, const ScanStats& stats, bool ca
         }
     }
     for (const std::string& other : again) scanIfPresent(other);
-    recordRemeasured();
+    recordWaiting();
     if (selectedID_ == id) loadEntries();
 }
 

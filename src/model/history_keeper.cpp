@@ -25,18 +25,25 @@ std::vector<HistoryError> HistoryKeeper::load() {
     return std::exchange(loadProblems_, {});
 }
 
-std::optional<HistoryError> HistoryKeeper::record(const std::string& categoryID,
-                                                  const Measurement& m, std::int64_t now) {
+void HistoryKeeper::record(const std::string& categoryID, const Measurement& m, std::int64_t now) {
     const std::lock_guard guard(mutex_);
     loadLocked();
     auto it = histories_.find(categoryID);
     CategoryHistory before =
         it != histories_.end() ? std::move(it->second) : CategoryHistory(categoryID);
-    CategoryHistory after = HistoryLimits::record(std::move(before), m, now);
-    std::optional<HistoryError> saved = HistoryFile::save(folder_, after);
-    // Kept in memory even when the file could not be written: this session still compares.
-    histories_.insert_or_assign(categoryID, std::move(after));
-    return saved;
+    histories_.insert_or_assign(categoryID, HistoryLimits::record(std::move(before), m, now));
+    unsaved_.insert(categoryID);
+}
+
+std::optional<HistoryError> HistoryKeeper::save() {
+    const std::lock_guard guard(mutex_);
+    std::optional<HistoryError> first;
+    // Kept in memory whatever happens to the files: this session still compares.
+    for (const std::string& id : std::exchange(unsaved_, {})) {
+        std::optional<HistoryError> error = HistoryFile::save(folder_, histories_.at(id));
+        if (error && !first) first = std::move(error);
+    }
+    return first;
 }
 
 GrowthReport HistoryKeeper::report(ComparisonPoint point, std::int64_t now,
@@ -85,6 +92,7 @@ std::optional<HistoryError> HistoryKeeper::clear() {
     const std::lock_guard guard(mutex_);
     loaded_ = true;
     histories_.clear();
+    unsaved_.clear();
     return HistoryFile::clear(folder_);
 }
 

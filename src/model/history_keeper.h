@@ -4,6 +4,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -38,9 +39,10 @@ class HistoryKeeper {
     // Reads the files the first time any call needs them; what was set aside or could not be
     // read, once, for the log.
     std::vector<HistoryError> load();
-    // Adds a measurement of `categoryID` and writes its file.
-    std::optional<HistoryError> record(const std::string& categoryID, const Measurement& m,
-                                       std::int64_t now);
+    // Adds a measurement of `categoryID`; its file is written by the next `save`.
+    void record(const std::string& categoryID, const Measurement& m, std::int64_t now);
+    // Writes the files of the categories recorded since the last save; the first failure.
+    std::optional<HistoryError> save();
     // The card's rows (at most `limit`) for `point`, over the categories in `shown`.
     GrowthReport report(ComparisonPoint point, std::int64_t now,
                         const std::vector<std::string>& shown, std::size_t limit);
@@ -58,6 +60,7 @@ class HistoryKeeper {
     bool loaded_ = false;
     std::vector<HistoryError> loadProblems_;
     std::map<std::string, CategoryHistory> histories_;
+    std::set<std::string> unsaved_;
 };
 
 }  // namespace kelvane

@@ -56,6 +56,8 @@ KelvaneApp::KelvaneApp(std::shared_ptr<Services> services,
 }
 
 KelvaneApp::~KelvaneApp() {
+    // A measurement made just before quitting is still written, if that is quick.
+    model().finishRecording(std::chrono::seconds(2));
     // Background work may still post; from now on it posts into the void.
     queue_->shutdown();
     window_.reset();
