@@ -335,14 +335,15 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     void saveHistory();
     // Computes the card and the selected category's changes again, off the
     // main thread; one computation at a time, the last request winning.
-    void refreshGrowth();
-    void afterGrowth(const std::vector<HistoryError>& problems, GrowthReport report,
+    // `card`: the overview's card too, not only the selected category's changes.
+    void refreshGrowth(bool card = true);
+    void afterGrowth(const std::vector<HistoryError>& problems, std::optional<GrowthReport> report,
                      std::optional<std::string> lookupFor, GrowthLookup lookup);
     std::int64_t now() const;
     // The listing of the browser's folder in an opened scan.
     void listSavedScan(const ExportedTree& tree);
     void afterSavedScanRead(const std::string& file, std::shared_ptr<const ExportedTree> tree,
-                            const std::optional<std::string>& error);
+                            CategoryState state, const std::optional<std::string>& error);
     void afterExport(const std::string& file, const ExportWalkResult& result, int openErrno);
     void scanIfPresent(const std::string& id);
 
@@ -416,6 +417,7 @@ class AppModel : public std::enable_shared_from_this<AppModel> {
     GrowthLookup growthLookup_;
     bool growthRunning_ = false;
     bool growthAgain_ = false;
+    bool cardAgain_ = false;
     std::map<std::string, std::vector<FolderSize>> deletedSinceMeasured_;
     std::set<std::string> recordWhenMeasured_;
     // Records sampled or being written on workers.

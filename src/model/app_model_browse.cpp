@@ -42,8 +42,8 @@ void AppModel::didChangeSelection() {
         case CategoryKind::folders:
             break;
     }
-    // The browser's column shows this category's changes.
-    refreshGrowth();
+    // The browser's column shows this category's changes; the card stays as it is.
+    refreshGrowth(false);
     // The state from before any scan starts: a first visit opens at the top
     // level, since the roots are not known yet.
     const CategoryState before = state(category->id);

@@ -192,10 +192,11 @@ void AppModel::saveHistory() {
                   });
 }
 
-void AppModel::refreshGrowth() {
+void AppModel::refreshGrowth(bool card) {
     if (!historyKeeper_) return;
     if (growthRunning_) {
         growthAgain_ = true;
+        cardAgain_ = cardAgain_ || card;
         return;
     }
     growthRunning_ = true;
@@ -209,10 +210,11 @@ void AppModel::refreshGrowth() {
         lookupFor = selectedID_;
     startDetached(TaskPriority::utility, [weak = weak_from_this(), main = main_,
                                           keeper = historyKeeper_, point = comparison_,
-                                          when = now(), shown = std::move(shown),
-                                          lookupFor](const TaskHandle&) {
+                                          when = now(), shown = std::move(shown), lookupFor,
+                                          card](const TaskHandle&) {
         std::vector<HistoryError> problems = keeper->load();
-        GrowthReport report = keeper->report(point, when, shown, kCardRows);
+        std::optional<GrowthReport> report;
+        if (card) report = keeper->report(point, when, shown, kCardRows);
         GrowthLookup lookup = lookupFor ? keeper->lookup(*lookupFor, point, when) : GrowthLookup{};
         main->post([weak, problems = std::move(problems), report = std::move(report), lookupFor,
                     lookup = std::move(lookup)]() mutable {
@@ -222,20 +224,25 @@ void AppModel::refreshGrowth() {
     });
 }
 
-void AppModel::afterGrowth(const std::vector<HistoryError>& problems, GrowthReport report,
-                           std::optional<std::string> lookupFor, GrowthLookup lookup) {
+void AppModel::afterGrowth(const std::vector<HistoryError>& problems,
+                           std::optional<GrowthReport> report, std::optional<std::string> lookupFor,
+                           GrowthLookup lookup) {
     growthRunning_ = false;
     for (const HistoryError& problem : problems) addLog(problem.message, true);
     if (growthAgain_) {
-        // Something changed meanwhile (a measurement, the point, the selection).
-        growthAgain_ = false;
-        refreshGrowth();
+        // Something changed meanwhile (a measurement, the point, the selection); this result
+        // is dropped, so the next one computes the card if this one did.
+        const bool card = cardAgain_ || report.has_value();
+        growthAgain_ = cardAgain_ = false;
+        refreshGrowth(card);
         return;
     }
-    growth_ = std::move(report);
+    if (report) {
+        growth_ = std::move(*report);
+        historyRead_ = true;
+    }
     growthLookupFor_ = std::move(lookupFor);
     growthLookup_ = std::move(lookup);
-    historyRead_ = true;
     notify(ModelField::growth);
     if (browserSort_ == BrowserSort::growth) sortEntries();
 }

@@ -40,6 +40,25 @@ class Throttle {
     std::chrono::steady_clock::time_point next_{};
 };
 
+// What an export says of its tree, as a measured category's state: its root's total, its
+// counts, and when it was made (the export's own time, else the file's).
+CategoryState stateOf(const ExportedTree& tree, const struct stat& file) {
+    CategoryState state;
+    state.status = CategoryState::Status::done;
+    state.bytes = tree.bytes(tree.root());
+    for (ExportedTree::Id at = 0; at < tree.size(); ++at) {
+        ++(tree.isFolder(at) ? state.dirs : state.files);
+        if (tree.hadReadError(at)) ++state.unreadable;
+    }
+    state.roots = {std::string(tree.name(tree.root()))};
+    if (const auto stamp = tree.metadata().timestamp) {
+        state.lastScan = Date{static_cast<double>(*stamp)};
+    } else {
+        state.lastScan = Date::fromTimespec(file.st_mtim.tv_sec, file.st_mtim.tv_nsec);
+    }
+    return state;
+}
+
 std::string fileNameSafe(std::string text) {
     for (char& c : text) {
         if (c == '/' || c == ' ' || c == ':') c = '-';
@@ -89,6 +108,7 @@ void AppModel::openSavedScan(const std::string& file) {
     startDetached(TaskPriority::userInitiated, [weak = weak_from_this(), main = main_,
                                                 file](const TaskHandle&) {
         std::shared_ptr<const ExportedTree> tree;
+        CategoryState state;
         std::optional<std::string> error;
         const UniqueFd fd(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
         struct stat status {};
@@ -111,20 +131,20 @@ void AppModel::openSavedScan(const std::string& file) {
             });
             if (auto* loaded = std::get_if<ExportedTree>(&read)) {
                 tree = std::make_shared<const ExportedTree>(std::move(*loaded));
+                state = stateOf(*tree, status);
             } else {
                 const ExportError& bad = std::get<ExportError>(read);
                 error = bad.message + "（" + std::to_string(bad.offset) + " バイト目）";
             }
         }
-        // The time the export says it was made; without one, when the file was written.
-        main->post([weak, file, tree, error] {
-            if (const auto model = weak.lock()) model->afterSavedScanRead(file, tree, error);
+        main->post([weak, file, tree, state, error] {
+            if (const auto model = weak.lock()) model->afterSavedScanRead(file, tree, state, error);
         });
     });
 }
 
 void AppModel::afterSavedScanRead(const std::string& file, std::shared_ptr<const ExportedTree> tree,
-                                  const std::optional<std::string>& error) {
+                                  CategoryState state, const std::optional<std::string>& error) {
     reading_.reset();
     updateBusyProgress();
     setBusyMessage(std::nullopt);
@@ -132,35 +152,20 @@ void AppModel::afterSavedScanRead(const std::string& file, std::shared_ptr<const
         setNotice("スキャン結果を開けませんでした: " + file + "\n" + error.value_or(""));
         return;
     }
-    std::optional<Date> made;
-    if (const auto stamp = tree->metadata().timestamp) made = Date{static_cast<double>(*stamp)};
-    struct stat status {};
-    if (!made && ::stat(file.c_str(), &status) == 0) {
-        made = Date::fromTimespec(status.st_mtim.tv_sec, status.st_mtim.tv_nsec);
-    }
-    const std::string root(tree->name(tree->root()));
+    const std::string& root = state.roots.front();
     const std::string id = Catalog::kSavedScanPrefix + file;
-    CleanCategory category{id,
-                           "探索",
-                           PathText::shortForm(root, env_.home) + " (" + Fmt::date(made) + ")",
-                           "doc.text.magnifyingglass",
-                           "スキャン結果: " + file + "\n" + tree->metadata().progname + " が " +
-                               root + " を調べたもの",
-                           Risk::caution,
-                           CategoryKind::folders,
-                           {},
-                           false,
-                           false};
-    CategoryState state;
-    state.status = CategoryState::Status::done;
-    state.bytes = tree->bytes(tree->root());
-    for (ExportedTree::Id at = 0; at < tree->size(); ++at) {
-        ++(tree->isFolder(at) ? state.dirs : state.files);
-        if (tree->hadReadError(at)) ++state.unreadable;
-    }
-    state.roots = {root};
-    state.lastScan = made;
-
+    CleanCategory category{
+        id,
+        "探索",
+        PathText::shortForm(root, env_.home) + " (" + Fmt::date(state.lastScan) + ")",
+        "doc.text.magnifyingglass",
+        "スキャン結果: " + file + "\n" + tree->metadata().progname + " が " + root +
+            " を調べたもの",
+        Risk::caution,
+        CategoryKind::folders,
+        {},
+        false,
+        false};
     savedScans_[id] = std::move(tree);
     const auto existing = std::find(categories_.begin(), categories_.end(), category);
     if (existing == categories_.end()) {
@@ -179,28 +184,29 @@ void AppModel::afterSavedScanRead(const std::string& file, std::shared_ptr<const
 
 void AppModel::listSavedScan(const ExportedTree& tree) {
     setEntriesLoading(false);
+    const auto entry = [&](ExportedTree::Id id, std::string path) {
+        return Entry{std::move(path),
+                     std::string(tree.name(id)),
+                     tree.isFolder(id),
+                     false,
+                     false,
+                     tree.bytes(id),
+                     std::nullopt};
+    };
     std::vector<Entry> list;
-    const std::optional<ExportedTree::Id> folder =
-        browserPath_ ? tree.find(*browserPath_) : std::optional(tree.root());
     if (!browserPath_) {
-        list.push_back(Entry{std::string(tree.name(tree.root())),
-                             std::string(tree.name(tree.root())), tree.isFolder(tree.root()), false,
-                             false, tree.bytes(tree.root()), std::nullopt});
-    } else if (!folder) {
-        setEntries({});
-        setEntriesError(std::string(kNotInScan));
-        return;
-    } else {
+        list.push_back(entry(tree.root(), std::string(tree.name(tree.root()))));
+    } else if (const std::optional<ExportedTree::Id> folder = tree.find(*browserPath_)) {
         const std::string& parent = *browserPath_;
         const std::string prefix = parent.empty() || parent.back() == '/' ? parent : parent + "/";
         const auto children = tree.children(*folder);
         list.reserve(children.size());
-        for (const ExportedTree::Id child : children) {
-            const std::string_view name = tree.name(child);
-            list.push_back(Entry{prefix + std::string(name), std::string(name),
-                                 tree.isFolder(child), false, false, tree.bytes(child),
-                                 std::nullopt});
-        }
+        for (const ExportedTree::Id child : children)
+            list.push_back(entry(child, prefix + std::string(tree.name(child))));
+    } else {
+        setEntries({});
+        setEntriesError(std::string(kNotInScan));
+        return;
     }
     // The tree lists each folder largest first already.
     setEntries(std::move(list));

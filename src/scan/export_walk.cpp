@@ -40,6 +40,17 @@ constexpr std::size_t kWaitingBytes = 32 * 1024 * 1024;
 // back up, so a tree of any depth fits in the descriptor limit.
 constexpr std::size_t kOpenFolders = 64;
 
+// Writes all of `text`; the errno of a failed write, else 0.
+int writeText(int fd, std::string_view text) {
+    for (std::size_t done = 0; done < text.size();) {
+        const ssize_t n = ::write(fd, text.data() + done, text.size() - done);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) return errno;
+        done += static_cast<std::size_t>(n);
+    }
+    return 0;
+}
+
 std::int64_t allocatedBytes(const struct stat& status) {
     return static_cast<std::int64_t>(status.st_blocks) * 512;
 }
@@ -269,16 +280,10 @@ void ExportRun::writeOut() {
     bool moved = false;
     while (!segments_.empty() && !stopping()) {
         Segment& first = segments_.front();
-        std::size_t done = 0;
-        while (done < first.text.size()) {
-            const ssize_t n = ::write(outFd_, first.text.data() + done, first.text.size() - done);
-            if (n < 0 && errno == EINTR) continue;
-            if (n < 0) {
-                writeErrno_.store(errno);
-                changed_.notify_all();
-                return;
-            }
-            done += static_cast<std::size_t>(n);
+        if (const int error = writeText(outFd_, first.text); error != 0) {
+            writeErrno_.store(error);
+            changed_.notify_all();
+            return;
         }
         first.text.clear();
         first.text.shrink_to_fit();
@@ -606,15 +611,7 @@ ExportWalkResult exportRoots(std::vector<std::string> roots, int outFd,
     for (; !open.empty(); open.pop_back()) writer.endFolder();
     writer.endFolder();
     writer.footer();
-    for (std::size_t done = 0; done < text.size();) {
-        const ssize_t n = ::write(outFd, text.data() + done, text.size() - done);
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) {
-            total.writeErrno = errno;
-            break;
-        }
-        done += static_cast<std::size_t>(n);
-    }
+    total.writeErrno = writeText(outFd, text);
     return total;
 }
 
