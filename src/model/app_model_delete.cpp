@@ -407,8 +407,10 @@ void AppModel::updateBusyProgress() {
     } else if (reading_) {
         shown.emplace();
         const auto [done, size] = *reading_;
-        shown->text = Fmt::bytes(static_cast<std::int64_t>(done)) + " / " +
-                      Fmt::bytes(static_cast<std::int64_t>(size)) + " を読み込みました";
+        // A pipe has no size to read towards.
+        shown->text = Fmt::bytes(static_cast<std::int64_t>(done)) +
+                      (size > 0 ? " / " + Fmt::bytes(static_cast<std::int64_t>(size)) : "") +
+                      " を読み込みました";
         if (size > 0) {
             shown->fraction = std::min(1.0, static_cast<double>(done) / static_cast<double>(size));
         }
